@@ -120,5 +120,7 @@ VexoStatus vexovcGetNumThreads(Vexo32s* numThreads);
 #endif
 
 #include "vexovc/block_copy.h"
+#include "vexovc/mpeg2.h"
+#include "vexovc/vlc.h"
 
 #endif /* VEXOVC_H */
