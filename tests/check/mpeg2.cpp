@@ -36,6 +36,14 @@ struct Tables {
 struct Stream {
     Vexo32u** cursor;
     Vexo32s* bit;
+    Vexo32u* start;
+    Vexo32s startBit;
+    // The bench calls a case many times without restoring anything: each
+    // call starts from the case's cursor again.
+    void rewind() const {
+        *cursor = start;
+        *bit = startBit;
+    }
 };
 
 Stream blockStream(Env& env, bool intra, bool mpeg2, bool tableOne, bool chroma) {
@@ -75,7 +83,8 @@ Stream blockStream(Env& env, bool intra, bool mpeg2, bool tableOne, bool chroma)
     auto s = env.input32s(1, n, 4 * n, Fill::Zero);
     std::memcpy(s.data, words.data(), words.size() * 4);
     env.commit();
-    return {env.value<Vexo32u*>(reinterpret_cast<Vexo32u*>(s.data)), env.value<Vexo32s>(startBit)};
+    Vexo32u* start = reinterpret_cast<Vexo32u*>(s.data);
+    return {env.value<Vexo32u*>(start), env.value<Vexo32s>(startBit), start, startBit};
 }
 
 const Vexo32s* scanInput(Env& env) {
@@ -110,7 +119,10 @@ void nonIntraCase(Env& env, Decode decode) {
     const Vexo32s qp = anyQp(env, kMpeg2);
     auto dst = env.output16s(1, 64, 128);
     auto last = env.value<Vexo32s>(-7);
-    env.run([&] { return decode(s.cursor, s.bit, t.first, t.ac, scan, qp, matrix, dst.data, last); });
+    env.run([&] {
+        s.rewind();
+        return decode(s.cursor, s.bit, t.first, t.ac, scan, qp, matrix, dst.data, last);
+    });
 }
 
 template <bool kMpeg2, class Decode>
@@ -123,12 +135,17 @@ void intraCase(Env& env, Decode decode) {
     const Vexo32s* scan = scanInput(env);
     const Vexo16s* matrix = matrixInput(env);
     const Vexo32s qp = anyQp(env, kMpeg2);
-    auto predictor = env.value<Vexo16s>(Vexo16s(env.rng().chance(10) ? env.rng().range(-32768, 32767)
-                                                                      : env.rng().range(0, 2047)));
+    const Vexo16s startPredictor =
+        Vexo16s(env.rng().chance(10) ? env.rng().range(-32768, 32767) : env.rng().range(0, 2047));
+    auto predictor = env.value<Vexo16s>(startPredictor);
     const Vexo32s dcShift = Vexo32s(env.rng().chance(10) ? env.rng().range(-40, 40) : env.rng().range(0, 3));
     auto dst = env.output16s(1, 64, 128);
     auto last = env.value<Vexo32s>(-7);
-    env.run([&] { return decode(s.cursor, s.bit, t.dc, t.ac, scan, qp, matrix, predictor, dcShift, dst.data, last); });
+    env.run([&] {
+        s.rewind();
+        *predictor = startPredictor;
+        return decode(s.cursor, s.bit, t.dc, t.ac, scan, qp, matrix, predictor, dcShift, dst.data, last);
+    });
 }
 
 }  // namespace

@@ -95,6 +95,13 @@ void buildCase(Env& env, Build build, bool runLevel) {
     });
 }
 
+// The bench calls a case many times without restoring anything: each call
+// starts from the case's cursor again, so that none runs off its stream.
+void rewind(Vexo32u** cursor, Vexo32u* start, Vexo32s* bit, Vexo32s startBit) {
+    *cursor = start;
+    *bit = startBit;
+}
+
 // A stream region: the case's words, then `padWords` of padding, ending
 // against an unmapped page.
 Vexo32u* streamInput(Env& env, const std::vector<Vexo32u>& words) {
@@ -184,6 +191,7 @@ VEXO_CHECK_CASE(vexoDecodeHuffmanOne_1u32s) {
     auto bit = env.value<Vexo32s>(startBit);
     auto values = env.output32s(1, 16, 64);
     env.run([&] {
+        rewind(cursor, stream, bit, startBit);
         VexoStatus s = vexoStatusOk;
         for (int i = 0; i < codes && s == vexoStatusOk; ++i) s = vexoDecodeHuffmanOne_1u32s(cursor, bit, values.data + i, table);
         return s;
@@ -203,6 +211,7 @@ VEXO_CHECK_CASE(vexoDecodeHuffmanPair_1u16s) {
     auto runs = env.output8u(1, 16, 16);
     auto levels = env.output16s(1, 16, 32);
     env.run([&] {
+        rewind(cursor, stream, bit, startBit);
         VexoStatus s = vexoStatusOk;
         for (int i = 0; i < codes && s == vexoStatusOk; ++i)
             s = vexoDecodeHuffmanPair_1u16s(cursor, bit, table, runs.data + i, levels.data + i);
@@ -254,6 +263,8 @@ void putCase(Env& env, bool intra, Put put) {
     auto offset = env.value<Vexo32s>(freeBits);
     auto dcPredictor = env.value<Vexo32s>(predictor);
     env.run([&] {
+        rewind(cursor, out, offset, freeBits);
+        *dcPredictor = predictor;  // a drifting predictor would outgrow the DC size table
         return put(cursor, offset, block.data, dcPredictor, dc.data, ac, scan.data, eob.length, Vexo32s(eob.code), count);
     });
     vexoHuffmanTableFree_32s(ac);
