@@ -35,6 +35,7 @@ build_and_test() {
 }
 
 stage "x86-64 release" build_and_test build -DCMAKE_BUILD_TYPE=Release -DVEXO_CHECK_ITERATIONS=300
+stage "install, then link from C99" sh tests/install/run.sh build
 if [ "${1:-}" != quick ]; then
   stage "x86-64 sanitizers" build_and_test build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVEXO_SANITIZE=ON
   stage "i686 under qemu-i386" build_and_test build-i686 -DCMAKE_BUILD_TYPE=Release -DVEXO_I686=ON \

@@ -134,7 +134,7 @@ void* Env::rawOutput(int rows, int rowBytes, Vexo32s step, bool randomFill, int 
     if (m == MAP_FAILED) std::abort();
     r->mapping = static_cast<Vexo8u*>(m);
     // Misaligned on purpose, but never below the element's own alignment.
-    r->data = r->mapping + kGuard + 4 * rng_.range(0, 7) + (elemSize == 1 ? rng_.range(0, 3) : elemSize == 2 ? 2 * rng_.range(0, 1) : 0);
+    r->data = r->mapping + kGuard + elemSize * rng_.range(0, 7) + (elemSize == 1 ? rng_.range(0, 3) : 0);
     r->lo = r->data - kGuard;
     r->hi = r->data + footprint + kGuard;
     r->rows = rows;
