@@ -30,7 +30,7 @@ build_and_test() {
   local dir=$1
   shift
   cmake -S . -B "$dir" -G Ninja "$@" > /dev/null &&
-    ninja -C "$dir" -j "$jobs" > "$dir.log" 2>&1 || { tail -40 "$dir.log"; return 1; }
+    ninja -C "$dir" -j "$jobs" > "$dir/build-output.log" 2>&1 || { tail -40 "$dir/build-output.log"; return 1; }
   ctest --test-dir "$dir" --output-on-failure -j "$jobs"
 }
 
