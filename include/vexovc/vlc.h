@@ -13,7 +13,8 @@
  * Read cursor: *bitStream is the current 32-bit word (machine byte order,
  * bits high to low), *bitOffset the number of the next bit, 31 down to 0.
  * Write cursor: *bitOffset is the number of free bits of the current word,
- * 32 down to 1; words beyond the cursor must be zero.
+ * 32 down to 1; words beyond the cursor must be zero. Offsets outside these
+ * ranges are not tested: they are taken modulo 32 (a write offset of 0 as 32).
  *
  * Decoding-table entries that no code reaches hold the invalid mark
  * 0x00F0F101 (value 0xF0F1).
@@ -67,7 +68,8 @@ VexoStatus vexoDecodeHuffmanPair_1u16s(Vexo32u** bitStream, Vexo32s* bitOffset, 
  * dcTable, pairs of code and length indexed by size, then the size bits),
  * the first `count` non-zero AC coefficients along scan through acTable, and
  * the end-of-block code. Runs or levels the table lacks go out as the 24-bit
- * escape. *dcPredictor takes block[0]. Null pointers: vexoStatusNullPointer.
+ * escape. *dcPredictor takes block[0]. `count` is trusted, but the walk
+ * never goes past scan position 63. Null pointers: vexoStatusNullPointer.
  */
 VexoStatus vexoPutIntraBlock(Vexo32u** bitStream, Vexo32s* bitOffset, const Vexo16s* block, Vexo32s* dcPredictor,
                              const Vexo32s* dcTable, const Vexo32s* acTable, const Vexo32s* scan, Vexo32s eobLength,
