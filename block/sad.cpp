@@ -251,25 +251,30 @@ inline void accumulate(Sums& even, Sums& odd, const Vexo8u* src, Vexo32s srcStep
     using Row = Horizontal<Shape>;
     constexpr int kUnits = H / Shape::kRows;
     static_assert(kUnits % 2 == 0, "rows go in pairs of units");
+    // The pointers walk two units at a time; the rows in between are
+    // addressed from them, which keeps the address arithmetic short.
+    const std::ptrdiff_t srcUnitStep = std::ptrdiff_t(srcStep) * Shape::kRows;
+    const std::ptrdiff_t refUnitStep = std::ptrdiff_t(refStep) * Shape::kRows;
     const auto load = [refStep](const Vexo8u* p) { return Shape::load(p, refStep); };
-    const auto srcUnit = [src, srcStep](int j) { return Shape::load(rowAt(src, srcStep, Shape::kRows * j), srcStep); };
-    const auto refUnit = [ref, refStep, load](int j) {
-        return horizontal<Bits, Pos, Next, Shape>(load, rowAt(ref, refStep, Shape::kRows * j));
-    };
+    const auto refUnit = [load](const Vexo8u* p) { return horizontal<Bits, Pos, Next, Shape>(load, p); };
     if constexpr ((Pos & kDown) == 0) {
 #pragma GCC unroll 16
         for (int j = 0; j < kUnits; j += 2) {
-            even.add(srcUnit(j), refUnit(j).x);
-            odd.add(srcUnit(j + 1), refUnit(j + 1).x);
+            even.add(Shape::load(src, srcStep), refUnit(ref).x);
+            odd.add(Shape::load(src + srcUnitStep, srcStep), refUnit(ref + refUnitStep).x);
+            src += 2 * srcUnitStep;
+            ref += 2 * refUnitStep;
         }
     } else if constexpr (Shape::kRows == 1) {
-        Row above = refUnit(0);
+        Row above = refUnit(ref);
 #pragma GCC unroll 16
         for (int j = 0; j < kUnits; j += 2) {
-            const Row middle = refUnit(j + 1), below = refUnit(j + 2);
-            even.add(srcUnit(j), vertical<Bits, Pos>(above, middle));
-            odd.add(srcUnit(j + 1), vertical<Bits, Pos>(middle, below));
+            const Row middle = refUnit(ref + refUnitStep), below = refUnit(ref + 2 * refUnitStep);
+            even.add(Shape::load(src, srcStep), vertical<Bits, Pos>(above, middle));
+            odd.add(Shape::load(src + srcUnitStep, srcStep), vertical<Bits, Pos>(middle, below));
             above = below;
+            src += 2 * srcUnitStep;
+            ref += 2 * refUnitStep;
         }
     } else {
         // Two rows to a register: the rows below a unit (y, y+1) are (y+1,
@@ -279,15 +284,17 @@ inline void accumulate(Sums& even, Sums& odd, const Vexo8u* src, Vexo32s srcStep
         const auto shifted = [](const Row& a, const Row& b) {
             return Row{Shape::middle(a.x, b.x), Shape::middle(a.w, b.w)};
         };
-        Row upper = refUnit(0);
+        Row upper = refUnit(ref);
 #pragma GCC unroll 8
         for (int j = 0; j < kUnits; j += 2) {
-            const Row second = refUnit(j + 1);
-            const Row next =
-                j + 2 < kUnits ? refUnit(j + 2) : horizontal<Bits, Pos, Next, Shape>(loadOne, rowAt(ref, refStep, H));
-            even.add(srcUnit(j), vertical<Bits, Pos>(upper, shifted(upper, second)));
-            odd.add(srcUnit(j + 1), vertical<Bits, Pos>(second, shifted(second, next)));
+            const Row second = refUnit(ref + refUnitStep);
+            const Row next = j + 2 < kUnits ? refUnit(ref + 2 * refUnitStep)
+                                            : horizontal<Bits, Pos, Next, Shape>(loadOne, ref + 2 * refUnitStep);
+            even.add(Shape::load(src, srcStep), vertical<Bits, Pos>(upper, shifted(upper, second)));
+            odd.add(Shape::load(src + srcUnitStep, srcStep), vertical<Bits, Pos>(second, shifted(second, next)));
             upper = next;
+            src += 2 * srcUnitStep;
+            ref += 2 * refUnitStep;
         }
     }
 }
@@ -351,24 +358,35 @@ Vexo32u sad16u(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref, Vexo32s 
 #endif
 }
 
-using Sad8uKernel = Vexo32u (*)(const Vexo8u*, Vexo32s, const Vexo8u*, Vexo32s);
-using Sad16uKernel = Vexo32u (*)(const Vexo16u*, Vexo32s, const Vexo16u*, Vexo32s);
+// A table entry finishes the call itself (stores the sum, returns the
+// status), so that the export's last step is a jump into it.
+template <int W, int H, int Pos>
+VexoStatus storeSad8u(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, Vexo32s* sad) {
+    *sad = Vexo32s(sad8u<W, H, Pos>(src, srcStep, ref, refStep));
+    return vexoStatusOk;
+}
+template <int W, int H, int Pos>
+VexoStatus storeSad16u(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref, Vexo32s refStep, Vexo32s* sad) {
+    *sad = Vexo32s(sad16u<W, H, Pos>(src, srcStep, ref, refStep));
+    return vexoStatusOk;
+}
+using Sad8uKernel = VexoStatus (*)(const Vexo8u*, Vexo32s, const Vexo8u*, Vexo32s, Vexo32s*);
+using Sad16uKernel = VexoStatus (*)(const Vexo16u*, Vexo32s, const Vexo16u*, Vexo32s, Vexo32s*);
 
 #define VEXO_FOUR_POSITIONS(kernel, W, H) \
     { kernel<W, H, kFull>, kernel<W, H, kDown>, kernel<W, H, kRight>, kernel<W, H, kBoth> }
-const Sad8uKernel kSad16x16[4] = VEXO_FOUR_POSITIONS(sad8u, 16, 16);
-const Sad8uKernel kSad16x8[4] = VEXO_FOUR_POSITIONS(sad8u, 16, 8);
-const Sad8uKernel kSad8x8[4] = VEXO_FOUR_POSITIONS(sad8u, 8, 8);
-const Sad16uKernel kSad16x16Words[4] = VEXO_FOUR_POSITIONS(sad16u, 16, 16);
-const Sad16uKernel kSad8x8Words[4] = VEXO_FOUR_POSITIONS(sad16u, 8, 8);
-const Sad16uKernel kSad4x4Words[4] = VEXO_FOUR_POSITIONS(sad16u, 4, 4);
+const Sad8uKernel kSad16x16[4] = VEXO_FOUR_POSITIONS(storeSad8u, 16, 16);
+const Sad8uKernel kSad16x8[4] = VEXO_FOUR_POSITIONS(storeSad8u, 16, 8);
+const Sad8uKernel kSad8x8[4] = VEXO_FOUR_POSITIONS(storeSad8u, 8, 8);
+const Sad16uKernel kSad16x16Words[4] = VEXO_FOUR_POSITIONS(storeSad16u, 16, 16);
+const Sad16uKernel kSad8x8Words[4] = VEXO_FOUR_POSITIONS(storeSad16u, 8, 8);
+const Sad16uKernel kSad4x4Words[4] = VEXO_FOUR_POSITIONS(storeSad16u, 4, 4);
 #undef VEXO_FOUR_POSITIONS
 
 template <class T, class Kernel>
 inline VexoStatus runSad(Kernel kernel, const T* src, Vexo32s srcStep, const T* ref, Vexo32s refStep, Vexo32s* sad) {
     if (src == nullptr || ref == nullptr || sad == nullptr) return vexoStatusNullPointer;
-    *sad = Vexo32s(kernel(src, srcStep, ref, refStep));
-    return vexoStatusOk;
+    return kernel(src, srcStep, ref, refStep, sad);
 }
 
 // ---- Two interleaved channels ----------------------------------------------
@@ -689,19 +707,19 @@ VexoStatus vexoSAD4x4_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo
 
 VexoStatus vexoSAD4x4_8u32s(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, Vexo32s* sad,
                             Vexo32s) {
-    return runSad(sad8u<4, 4, kFull>, src, srcStep, ref, refStep, sad);
+    return runSad(storeSad8u<4, 4, kFull>, src, srcStep, ref, refStep, sad);
 }
 VexoStatus vexoSAD4x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                 Vexo32s* sad, Vexo32s) {
-    return runSad(sad8u<4, 8, kFull>, src, srcStep, ref, refStep, sad);
+    return runSad(storeSad8u<4, 8, kFull>, src, srcStep, ref, refStep, sad);
 }
 VexoStatus vexoSAD8x4_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                 Vexo32s* sad, Vexo32s) {
-    return runSad(sad8u<8, 4, kFull>, src, srcStep, ref, refStep, sad);
+    return runSad(storeSad8u<8, 4, kFull>, src, srcStep, ref, refStep, sad);
 }
 VexoStatus vexoSAD8x16_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                  Vexo32s* sad, Vexo32s) {
-    return runSad(sad8u<8, 16, kFull>, src, srcStep, ref, refStep, sad);
+    return runSad(storeSad8u<8, 16, kFull>, src, srcStep, ref, refStep, sad);
 }
 
 VexoStatus vexoSAD8x8_8u32s_C2R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,

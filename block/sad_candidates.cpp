@@ -199,21 +199,90 @@ inline __m128i mpsadbwStep(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref
     return _mm_add_epi16(acc0, acc1);
 }
 
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+// 16 wide on 256 bits: the low lane takes columns 0-7 against reference bytes
+// 0..15, the high lane columns 8-15 against bytes 8..22, so that two
+// instructions cover a row. Immediates: low lane offset and group in bits
+// 0-2, high lane in bits 3-5.
+template <bool Last>
+inline __m128i mpsadbw16Wide(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep) {
+    __m256i acc0 = _mm256_setzero_si256(), acc1 = _mm256_setzero_si256();
+#pragma GCC unroll 4
+    for (int y = 0; y < 16; ++y) {
+        const __m256i s = _mm256_broadcastsi128_si256(load16(rowAt(src, srcStep, y)));
+        const Vexo8u* r = rowAt(ref, refStep, y);
+        const __m256i a = _mm256_inserti128_si256(_mm256_castsi128_si256(load16(r)), refBytesFrom8<Last>(r), 1);
+        acc0 = _mm256_add_epi16(acc0, _mm256_mpsadbw_epu8(a, s, 0x10));  // groups 0 and 2 at offset 0
+        acc1 = _mm256_add_epi16(acc1, _mm256_mpsadbw_epu8(a, s, 0x3D));  // groups 1 and 3 at offset 4
+    }
+    const __m256i acc = _mm256_add_epi16(acc0, acc1);
+    return _mm_add_epi16(_mm256_castsi256_si128(acc), _mm256_extracti128_si256(acc, 1));
+}
+
+// 8 and 4 wide on 256 bits: two rows side by side, one per lane.
+inline __m256i twoLanes(__m128i low, __m128i high) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+}
+inline __m128i foldLanes(__m256i v) {
+    return _mm_add_epi16(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+}
+template <bool Last>
+inline __m128i mpsadbw8Wide(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep) {
+    __m256i acc0 = _mm256_setzero_si256(), acc1 = _mm256_setzero_si256();
+#pragma GCC unroll 4
+    for (int y = 0; y < 8; y += 2) {
+        const __m256i s = twoLanes(load8(rowAt(src, srcStep, y)), load8(rowAt(src, srcStep, y + 1)));
+        const __m256i a =
+            twoLanes(refBytes15<Last>(rowAt(ref, refStep, y)), refBytes15<Last>(rowAt(ref, refStep, y + 1)));
+        acc0 = _mm256_add_epi16(acc0, _mm256_mpsadbw_epu8(a, s, 0x00));  // group 0 at offset 0 in both lanes
+        acc1 = _mm256_add_epi16(acc1, _mm256_mpsadbw_epu8(a, s, 0x2D));  // group 1 at offset 4 in both lanes
+    }
+    return foldLanes(_mm256_add_epi16(acc0, acc1));
+}
+template <bool Last>
+inline __m128i mpsadbw4Wide(const Vexo8u* ref, Vexo32s refStep, __m256i quads) {
+    // The source's four rows are the four groups; lanes take rows 0, 1 and then 2, 3.
+    const __m256i a01 = twoLanes(refBytes11<Last>(ref), refBytes11<Last>(rowAt(ref, refStep, 1)));
+    const __m256i a23 = twoLanes(refBytes11<Last>(rowAt(ref, refStep, 2)), refBytes11<Last>(rowAt(ref, refStep, 3)));
+    return foldLanes(_mm256_add_epi16(_mm256_mpsadbw_epu8(a01, quads, 0x08), _mm256_mpsadbw_epu8(a23, quads, 0x1A)));
+}
+template <bool Last, int W>
+inline __m128i wideStep(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, __m256i quads) {
+    if constexpr (W == 16) return mpsadbw16Wide<Last>(src, srcStep, ref, refStep);
+    else if constexpr (W == 8) return mpsadbw8Wide<Last>(src, srcStep, ref, refStep);
+    else return mpsadbw4Wide<Last>(ref, refStep, quads);
+}
+#endif
+
 template <int W, int H>
 void candidatesMpsadbw(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, Vexo16u* sads,
                        int n) {
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+    const __m256i quads = W == 4 ? _mm256_broadcastsi128_si256(loadQuad(src, srcStep)) : _mm256_setzero_si256();
+    int base = 0;
+    for (; base + 8 < n; base += 8) store16(sads + base, wideStep<false, W>(src, srcStep, ref + base, refStep, quads));
+    store16(sads + base, wideStep<true, W>(src, srcStep, ref + base, refStep, quads));
+#else
     const __m128i quad = W == 4 ? loadQuad(src, srcStep) : _mm_setzero_si128();
     int base = 0;
     for (; base + 8 < n; base += 8)
         store16(sads + base, mpsadbwStep<W, H, false>(src, srcStep, ref + base, refStep, quad));
     store16(sads + base, mpsadbwStep<W, H, true>(src, srcStep, ref + base, refStep, quad));
+#endif
 }
 #endif
 
 template <int W, int H>
 void candidates(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, Vexo16u* sads, int n) {
-#if VEXO_LEVEL >= VEXO_LEVEL_P8
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
     if constexpr (W == 2) candidates2x2(src, srcStep, ref, refStep, sads, n);
+    else candidatesMpsadbw<W, H>(src, srcStep, ref, refStep, sads, n);
+#elif VEXO_LEVEL >= VEXO_LEVEL_P8
+    // mpsadbw issues slowly on some processors: at 16 wide on 128 bits a
+    // psadbw per candidate (bound by its loads) is faster; at 8 and 4 wide,
+    // where a psadbw covers less, mpsadbw wins.
+    if constexpr (W == 2) candidates2x2(src, srcStep, ref, refStep, sads, n);
+    else if constexpr (W == 16) candidatesPsadbw<W, H>(src, srcStep, ref, refStep, sads, n);
     else candidatesMpsadbw<W, H>(src, srcStep, ref, refStep, sads, n);
 #elif VEXO_LEVEL >= VEXO_LEVEL_W7
     if constexpr (W == 2) candidates2x2(src, srcStep, ref, refStep, sads, n);
