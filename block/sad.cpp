@@ -520,11 +520,46 @@ inline __m128i sumEach(__m128i a, __m128i b, __m128i c, __m128i d) {
     const __m128i cd = _mm_add_epi32(_mm_unpacklo_epi32(c, d), _mm_unpackhi_epi32(c, d));
     return _mm_add_epi32(_mm_unpacklo_epi64(ab, cd), _mm_unpackhi_epi64(ab, cd));
 }
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+inline __m256i wrappedAbsDiffWords(__m256i a, __m256i b) { return _mm256_abs_epi16(_mm256_sub_epi16(a, b)); }
+inline __m256i loadRow32(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+#endif
 #endif
 
 template <int B>
 void blocks16u(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref, Vexo32s refStep, Vexo32u* sads) {
-#if VEXO_LEVEL >= VEXO_LEVEL_W7
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+    // A row of 16 words is one register: lanes hold columns 0-7 and 8-15.
+    const __m256i bias = _mm256_set1_epi32(B * B * 32768);
+    const auto pairSums = [srcStep, refStep, src, ref](int y) {
+        return biasedPairSums(wrappedAbsDiffWords(loadRow32(rowAt(src, srcStep, y)), loadRow32(rowAt(ref, refStep, y))));
+    };
+    if constexpr (B == 8) {
+        __m256i top = _mm256_setzero_si256(), bottom = _mm256_setzero_si256();
+#pragma GCC unroll 8
+        for (int y = 0; y < 8; ++y) {
+            top = _mm256_add_epi32(top, pairSums(y));
+            bottom = _mm256_add_epi32(bottom, pairSums(y + 8));
+        }
+        store16(sads, _mm_add_epi32(sumEach(_mm256_castsi256_si128(top), _mm256_extracti128_si256(top, 1),
+                                            _mm256_castsi256_si128(bottom), _mm256_extracti128_si256(bottom, 1)),
+                                    _mm256_castsi256_si128(bias)));
+    } else {
+#pragma GCC unroll 2
+        for (int band = 0; band < 4; band += 2) {
+            __m256i first = _mm256_setzero_si256(), second = _mm256_setzero_si256();
+#pragma GCC unroll 4
+            for (int y = 4 * band; y < 4 * band + 4; ++y) {
+                first = _mm256_add_epi32(first, pairSums(y));
+                second = _mm256_add_epi32(second, pairSums(y + 4));
+            }
+            // Pair sums within lanes give each band's sub-blocks (0, 1 | 2, 3);
+            // the permute puts the two bands' four in raster order.
+            const __m256i sums = _mm256_permute4x64_epi64(_mm256_hadd_epi32(first, second), _MM_SHUFFLE(3, 1, 2, 0));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(sads + 4 * band), _mm256_add_epi32(sums, bias));
+        }
+    }
+#elif VEXO_LEVEL >= VEXO_LEVEL_W7
     // Each madd lane is biased by -65536 (two words of -32768): B * B / 2 pairs
     // per sub-block, added back once.
     const __m128i bias = _mm_set1_epi32(B * B * 32768);
@@ -571,7 +606,19 @@ void blocks16u(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref, Vexo32s 
 
 void subSad8x8(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, Vexo16s* dst,
                Vexo32s dstStep, Vexo32s* sad) {
-#if VEXO_LEVEL >= VEXO_LEVEL_W7
+#if VEXO_LEVEL >= VEXO_LEVEL_P8
+    // Widening loads, and the sum from the differences themselves: eight rows
+    // of at most 255 per word lane.
+    __m128i sum = _mm_setzero_si128();
+#pragma GCC unroll 8
+    for (int y = 0; y < 8; ++y) {
+        const __m128i d = _mm_sub_epi16(_mm_cvtepu8_epi16(load8(rowAt(src, srcStep, y))),
+                                        _mm_cvtepu8_epi16(load8(rowAt(ref, refStep, y))));
+        store16(rowAt(dst, dstStep, y), d);
+        sum = _mm_add_epi16(sum, _mm_abs_epi16(d));
+    }
+    *sad = Vexo32s(sum32(_mm_madd_epi16(sum, _mm_set1_epi16(1))));
+#elif VEXO_LEVEL >= VEXO_LEVEL_W7
     ByteSums<OneRow16> sums;
 #pragma GCC unroll 8
     for (int y = 0; y < 8; y += 2) {
@@ -641,36 +688,71 @@ void frameField8u(const Vexo8u* src, Vexo32s srcStep, Vexo32s* frameSad, Vexo32s
 }
 
 #if VEXO_LEVEL >= VEXO_LEVEL_W7
-// |a - b| of signed words, 0..65535, as an unsigned word.
-inline __m128i absDiffSignedWords(__m128i a, __m128i b) {
-    return _mm_sub_epi16(_mm_max_epi16(a, b), _mm_min_epi16(a, b));
-}
-struct SignedRow {
-    __m128i lo, hi;
+// A row of signed words, kept also with the sign bit flipped (the same
+// order, read unsigned). The pair sums madd wants are of |a - b| - 32768:
+// with SSE4.1 that is the unsigned maximum of the flipped values (max + 32768)
+// less the signed minimum, one operation fewer than taking |a - b| and then
+// moving it down.
+struct SignedWords {
+    __m128i s, f;
 };
-inline SignedRow loadSignedRow(const Vexo16s* p) { return {load16(p), load16(p + 8)}; }
-inline __m128i rowPairSums(const SignedRow& a, const SignedRow& b) {
-    return _mm_add_epi32(biasedPairSums(absDiffSignedWords(a.lo, b.lo)),
-                         biasedPairSums(absDiffSignedWords(a.hi, b.hi)));
+inline __m128i flipSign(__m128i v) { return _mm_xor_si128(v, _mm_set1_epi16(-32768)); }
+inline __m128i biasedAbsDiff(const SignedWords& a, const SignedWords& b) {
+#if VEXO_LEVEL >= VEXO_LEVEL_P8
+    return _mm_sub_epi16(_mm_max_epu16(a.f, b.f), _mm_min_epi16(a.s, b.s));
+#else
+    return flipSign(_mm_sub_epi16(_mm_max_epi16(a.s, b.s), _mm_min_epi16(a.s, b.s)));
+#endif
 }
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+inline __m256i flipSign(__m256i v) { return _mm256_xor_si256(v, _mm256_set1_epi16(-32768)); }
+struct SignedWordsWide {
+    __m256i s, f;
+};
+inline __m256i biasedAbsDiff(const SignedWordsWide& a, const SignedWordsWide& b) {
+    return _mm256_sub_epi16(_mm256_max_epu16(a.f, b.f), _mm256_min_epi16(a.s, b.s));
+}
+#endif
 #endif
 
 void frameField16s(const Vexo16s* src, Vexo32s srcStep, Vexo32s* frameSad, Vexo32s* fieldSad) {
 #if VEXO_LEVEL >= VEXO_LEVEL_W7
-    __m128i frame = _mm_setzero_si128(), field = _mm_setzero_si128();
-    SignedRow r0 = loadSignedRow(src), r1 = loadSignedRow(rowAt(src, srcStep, 1));
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+    using V = __m256i;  // a row of 16 words to a register
+    using Row = SignedWordsWide;
+    const auto loadRow = [](const Vexo16s* p) { return Row{loadRow32(p), flipSign(loadRow32(p))}; };
+    const auto pairSums = [](const Row& a, const Row& b) {
+        return _mm256_madd_epi16(biasedAbsDiff(a, b), _mm256_set1_epi16(1));
+    };
+    const auto add = [](V a, V b) { return _mm256_add_epi32(a, b); };
+    constexpr int kRegs = 1;
+#else
+    using V = __m128i;  // each row as two registers, one after the other
+    using Row = SignedWords;
+    const auto loadRow = [](const Vexo16s* p) { return Row{load16(p), flipSign(load16(p))}; };
+    const auto pairSums = [](const Row& a, const Row& b) {
+        return _mm_madd_epi16(biasedAbsDiff(a, b), _mm_set1_epi16(1));
+    };
+    const auto add = [](V a, V b) { return _mm_add_epi32(a, b); };
+    constexpr int kRegs = 2;
+#endif
+    V frame = V(), field = V();
+    for (int k = 0; k < kRegs; ++k) {
+        const Vexo16s* column = src + 8 * k;
+        Row r0 = loadRow(column), r1 = loadRow(rowAt(column, srcStep, 1));
 #pragma GCC unroll 14
-    for (int r = 0; r < 14; ++r) {
-        const SignedRow r2 = loadSignedRow(rowAt(src, srcStep, r + 2));
-        if (framePair(r)) frame = _mm_add_epi32(frame, rowPairSums(r0, r1));
-        field = _mm_add_epi32(field, rowPairSums(r0, r2));
-        r0 = r1;
-        r1 = r2;
+        for (int r = 0; r < 14; ++r) {
+            const Row r2 = loadRow(rowAt(column, srcStep, r + 2));
+            if (framePair(r)) frame = add(frame, pairSums(r0, r1));
+            field = add(field, pairSums(r0, r2));
+            r0 = r1;
+            r1 = r2;
+        }
+        frame = add(frame, pairSums(r0, r1));  // rows 14 and 15
     }
-    frame = _mm_add_epi32(frame, rowPairSums(r0, r1));
     // 14 row pairs of 16 words each, every word biased by -32768.
-    *frameSad = Vexo32s(sum32(frame) + 14u * 16u * 32768u);
-    *fieldSad = Vexo32s(sum32(field) + 14u * 16u * 32768u);
+    *frameSad = Vexo32s(sum32(foldHalves(frame)) + 14u * 16u * 32768u);
+    *fieldSad = Vexo32s(sum32(foldHalves(field)) + 14u * 16u * 32768u);
 #else
     frameFieldScalar(src, srcStep, frameSad, fieldSad);
 #endif
