@@ -133,6 +133,37 @@ inline __m128i foldHalves(__m256i v) {
 }
 #endif
 
+// Two registers side by side, for a row of 16 words on 128-bit paths: the
+// kernels see one row per value and the operations apply to both halves.
+struct RegisterPair {
+    __m128i lo, hi;
+};
+template <int Bits>
+inline RegisterPair avgLanes(RegisterPair a, RegisterPair b) {
+    return {avgLanes<Bits>(a.lo, b.lo), avgLanes<Bits>(a.hi, b.hi)};
+}
+template <int Bits>
+inline RegisterPair subLanes(RegisterPair a, RegisterPair b) {
+    return {subLanes<Bits>(a.lo, b.lo), subLanes<Bits>(a.hi, b.hi)};
+}
+template <int Bits>
+inline RegisterPair minLanes(RegisterPair a, RegisterPair b) {
+    return {minLanes<Bits>(a.lo, b.lo), minLanes<Bits>(a.hi, b.hi)};
+}
+template <int Bits>
+inline RegisterPair lowBits(RegisterPair v) {
+    return {lowBits<Bits>(v.lo), lowBits<Bits>(v.hi)};
+}
+inline RegisterPair xorBits(RegisterPair a, RegisterPair b) { return {xorBits(a.lo, b.lo), xorBits(a.hi, b.hi)}; }
+inline RegisterPair addDoubles(RegisterPair a, RegisterPair b) {
+    return {addDoubles(a.lo, b.lo), addDoubles(a.hi, b.hi)};
+}
+inline RegisterPair absDiffWords(RegisterPair a, RegisterPair b) {
+    return {absDiffWords(a.lo, b.lo), absDiffWords(a.hi, b.hi)};
+}
+inline RegisterPair biasedPairSums(RegisterPair v) { return {biasedPairSums(v.lo), biasedPairSums(v.hi)}; }
+inline __m128i foldHalves(RegisterPair v) { return _mm_add_epi32(v.lo, v.hi); }
+
 inline Vexo32u sum32(__m128i v) {
     v = _mm_add_epi32(v, _mm_shuffle_epi32(v, _MM_SHUFFLE(1, 0, 3, 2)));
     v = _mm_add_epi32(v, _mm_shuffle_epi32(v, _MM_SHUFFLE(2, 3, 0, 1)));
@@ -181,6 +212,11 @@ struct OneRow16 {
     using V = __m128i;
     static constexpr int kRows = 1;
     static V load(const Vexo8u* p, Vexo32s) { return load16(p); }
+};
+struct OneRow32Pair {
+    using V = RegisterPair;
+    static constexpr int kRows = 1;
+    static V load(const Vexo8u* p, Vexo32s) { return {load16(p), load16(p + 16)}; }
 };
 struct TwoRows8 {
     using V = __m128i;
@@ -299,17 +335,14 @@ inline void accumulate(Sums& even, Sums& odd, const Vexo8u* src, Vexo32s srcStep
     }
 }
 
-// One SAD over Columns registers side by side (two for 16 words on 128 bits).
-template <class Shape, int Bits, int H, int Pos, int Columns = 1>
+template <class Shape, int Bits, int H, int Pos>
 Vexo32u sadOf(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep) {
     using Sums = typename SumsFor<Bits, Shape>::Type;
-    constexpr int kColumnBytes = int(sizeof(typename Shape::V)) / Shape::kRows;
+    constexpr int kRowBytes = int(sizeof(typename Shape::V)) / Shape::kRows;
     Sums even, odd;
-    for (int c = 0; c < Columns; ++c)
-        accumulate<Shape, Bits, H, Pos, Bits / 8>(even, odd, src + kColumnBytes * c, srcStep,
-                                                  ref + kColumnBytes * c, refStep);
+    accumulate<Shape, Bits, H, Pos, Bits / 8>(even, odd, src, srcStep, ref, refStep);
     even.merge(odd);
-    return even.total(Columns * H * kColumnBytes * 8 / Bits);
+    return even.total(H * kRowBytes * 8 / Bits);
 }
 
 // Four rows of 4 bytes in one register.
@@ -352,7 +385,8 @@ Vexo32u sad16u(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref, Vexo32s 
     else return sadOf<TwoRows8, 16, H, Pos>(bytes(src), srcStep, bytes(ref), refStep);
 #elif VEXO_LEVEL >= VEXO_LEVEL_W7
     if constexpr (W == 4) return sadOf<TwoRows8, 16, H, Pos>(bytes(src), srcStep, bytes(ref), refStep);
-    else return sadOf<OneRow16, 16, H, Pos, W / 8>(bytes(src), srcStep, bytes(ref), refStep);
+    else if constexpr (W == 16) return sadOf<OneRow32Pair, 16, H, Pos>(bytes(src), srcStep, bytes(ref), refStep);
+    else return sadOf<OneRow16, 16, H, Pos>(bytes(src), srcStep, bytes(ref), refStep);
 #else
     return sadScalar<Vexo16u, W, H, Pos>(src, srcStep, ref, refStep);
 #endif
