@@ -164,6 +164,21 @@ inline RegisterPair absDiffWords(RegisterPair a, RegisterPair b) {
 inline RegisterPair biasedPairSums(RegisterPair v) { return {biasedPairSums(v.lo), biasedPairSums(v.hi)}; }
 inline __m128i foldHalves(RegisterPair v) { return _mm_add_epi32(v.lo, v.hi); }
 
+// Keeps a loaded value in a register. A value with several users may
+// otherwise have its load folded into each of them, and these kernels are
+// bound by their loads.
+inline __m128i inRegister(__m128i v) {
+    asm("" : "+x"(v));
+    return v;
+}
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+inline __m256i inRegister(__m256i v) {
+    asm("" : "+x"(v));
+    return v;
+}
+#endif
+inline RegisterPair inRegister(RegisterPair v) { return {inRegister(v.lo), inRegister(v.hi)}; }
+
 inline Vexo32u sum32(__m128i v) {
     v = _mm_add_epi32(v, _mm_shuffle_epi32(v, _MM_SHUFFLE(1, 0, 3, 2)));
     v = _mm_add_epi32(v, _mm_shuffle_epi32(v, _MM_SHUFFLE(2, 3, 0, 1)));
@@ -256,10 +271,12 @@ struct Horizontal {
 template <int Bits, int Pos, int Next, class Shape, class Load>
 inline Horizontal<Shape> horizontal(const Load& load, const Vexo8u* p) {
     using V = typename Shape::V;
-    if constexpr ((Pos & kRight) == 0) {
+    if constexpr (Pos == kFull) {
         return {load(p), V()};
+    } else if constexpr (Pos == kDown) {
+        return {inRegister(load(p)), V()};  // each row serves two output rows
     } else {
-        const V a = load(p), b = load(p + Next);
+        const V a = inRegister(load(p)), b = inRegister(load(p + Next));
         const V up = avgLanes<Bits>(a, b);
         if constexpr (Pos == kBoth) return {up, subLanes<Bits>(up, lowBits<Bits>(xorBits(a, b)))};
         else return {up, V()};
@@ -369,7 +386,10 @@ using WideRows16 = OneRow16;
 template <int W, int H, int Pos>
 Vexo32u sad8u(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep) {
 #if VEXO_LEVEL >= VEXO_LEVEL_W7
-    if constexpr (W == 16) return sadOf<WideRows16, 8, H, Pos>(src, srcStep, ref, refStep);
+    // Full sample is bound by its loads, which two rows to a register do not
+    // save; the half-sample positions gain from doing two rows at once.
+    if constexpr (W == 16 && Pos == kFull) return sadOf<OneRow16, 8, H, Pos>(src, srcStep, ref, refStep);
+    else if constexpr (W == 16) return sadOf<WideRows16, 8, H, Pos>(src, srcStep, ref, refStep);
     else if constexpr (W == 8) return sadOf<TwoRows8, 8, H, Pos>(src, srcStep, ref, refStep);
     else return sadQuads<H>(src, srcStep, ref, refStep);
 #else
@@ -514,8 +534,10 @@ void blocks8u(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s ref
             // sums two rows of two sub-blocks at once.
             ByteSums<OneRow16> left, right;
             for (int y = 4 * band; y < 4 * band + 4; y += 2) {
-                const __m128i s0 = load16(rowAt(src, srcStep, y)), s1 = load16(rowAt(src, srcStep, y + 1));
-                const __m128i r0 = load16(rowAt(ref, refStep, y)), r1 = load16(rowAt(ref, refStep, y + 1));
+                const __m128i s0 = inRegister(load16(rowAt(src, srcStep, y)));
+                const __m128i s1 = inRegister(load16(rowAt(src, srcStep, y + 1)));
+                const __m128i r0 = inRegister(load16(rowAt(ref, refStep, y)));
+                const __m128i r1 = inRegister(load16(rowAt(ref, refStep, y + 1)));
                 left.add(_mm_unpacklo_epi32(s0, s1), _mm_unpacklo_epi32(r0, r1));
                 right.add(_mm_unpackhi_epi32(s0, s1), _mm_unpackhi_epi32(r0, r1));
             }
@@ -704,10 +726,10 @@ void frameFieldScalar(const T* src, Vexo32s srcStep, Vexo32s* frameSad, Vexo32s*
 void frameField8u(const Vexo8u* src, Vexo32s srcStep, Vexo32s* frameSad, Vexo32s* fieldSad) {
 #if VEXO_LEVEL >= VEXO_LEVEL_W7
     ByteSums<OneRow16> frame, field;
-    __m128i r0 = load16(src), r1 = load16(rowAt(src, srcStep, 1));
+    __m128i r0 = inRegister(load16(src)), r1 = inRegister(load16(rowAt(src, srcStep, 1)));
 #pragma GCC unroll 14
     for (int r = 0; r < 14; ++r) {
-        const __m128i r2 = load16(rowAt(src, srcStep, r + 2));
+        const __m128i r2 = inRegister(load16(rowAt(src, srcStep, r + 2)));
         if (framePair(r)) frame.add(r0, r1);
         field.add(r0, r2);
         r0 = r1;
@@ -754,7 +776,10 @@ void frameField16s(const Vexo16s* src, Vexo32s srcStep, Vexo32s* frameSad, Vexo3
 #if VEXO_LEVEL >= VEXO_LEVEL_H9
     using V = __m256i;  // a row of 16 words to a register
     using Row = SignedWordsWide;
-    const auto loadRow = [](const Vexo16s* p) { return Row{loadRow32(p), flipSign(loadRow32(p))}; };
+    const auto loadRow = [](const Vexo16s* p) {
+        const V v = inRegister(loadRow32(p));
+        return Row{v, flipSign(v)};
+    };
     const auto pairSums = [](const Row& a, const Row& b) {
         return _mm256_madd_epi16(biasedAbsDiff(a, b), _mm256_set1_epi16(1));
     };
@@ -763,7 +788,10 @@ void frameField16s(const Vexo16s* src, Vexo32s srcStep, Vexo32s* frameSad, Vexo3
 #else
     using V = __m128i;  // each row as two registers, one after the other
     using Row = SignedWords;
-    const auto loadRow = [](const Vexo16s* p) { return Row{load16(p), flipSign(load16(p))}; };
+    const auto loadRow = [](const Vexo16s* p) {
+        const V v = inRegister(load16(p));
+        return Row{v, flipSign(v)};
+    };
     const auto pairSums = [](const Row& a, const Row& b) {
         return _mm_madd_epi16(biasedAbsDiff(a, b), _mm_set1_epi16(1));
     };
