@@ -202,7 +202,7 @@ template <class Shape>
 struct WordSums {
     using V = typename Shape::V;
     V acc = V();
-    void add(V s, V r) { acc = addDoubles(acc, biasedPairSums(absDiffWords(s, r))); }
+    void add(V s, V r) { acc = addDoubles(acc, biasedPairSums(absDiffWords(inRegister(s), inRegister(r)))); }
     void merge(const WordSums& o) { acc = addDoubles(acc, o.acc); }
     Vexo32u total(int words) const { return sum32(foldHalves(acc)) + 32768u * Vexo32u(words); }
 };
@@ -472,7 +472,7 @@ struct ChannelSums {
     using V = typename Shape::V;
     V even = V(), odd = V();
     void add(V s, V r) {
-        const V d = absDiffBytes(s, r);
+        const V d = absDiffBytes(inRegister(s), inRegister(r));
         even = addWords(even, evenBytes(d));
         odd = addWords(odd, oddBytes(d));
     }

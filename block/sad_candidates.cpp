@@ -49,7 +49,17 @@ inline Vexo32s lowestIndexScalar(const Vexo16u* sads, int n) {
 #if VEXO_LEVEL >= VEXO_LEVEL_W7
 using namespace simd;
 
-inline __m128i absDiffBytes(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
+// Both operands in registers: a loaded value used twice could otherwise have
+// its load folded into both users, and these kernels are bound by loads.
+inline __m128i inRegister(__m128i v) {
+    asm("" : "+x"(v));
+    return v;
+}
+inline __m128i absDiffBytes(__m128i a, __m128i b) {
+    a = inRegister(a);
+    b = inRegister(b);
+    return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a));
+}
 
 // Two 8-byte rows in one register.
 inline __m128i loadPair(const Vexo8u* p, Vexo32s step) {
