@@ -122,5 +122,6 @@ VexoStatus vexovcGetNumThreads(Vexo32s* numThreads);
 #include "vexovc/block_copy.h"
 #include "vexovc/mpeg2.h"
 #include "vexovc/vlc.h"
+#include "vexovc/block_sad.h"
 
 #endif /* VEXOVC_H */
