@@ -96,6 +96,35 @@ using namespace simd;
 
 // --- Vector helpers -----------------------------------------------------------------
 
+// Vector constants, read from this path's own tables. Left alone, the
+// compiler rebuilds repeated-element constants from general registers, three
+// instructions where a load (usually folded into its user) costs nothing.
+#define VEXO_PAIRS4(a, b) a, b, a, b, a, b, a, b
+#define VEXO_PAIRS8(a, b) VEXO_PAIRS4(a, b), VEXO_PAIRS4(a, b)
+#define VEXO_PAIRS16(a, b) VEXO_PAIRS8(a, b), VEXO_PAIRS8(a, b)
+alignas(32) const Vexo8u kSwapPairs[32] = {2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13,
+                                           2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13};
+alignas(32) const Vexo8u kOnes16[32] = {VEXO_PAIRS16(1, 0)};         // 16-bit lanes of 1
+alignas(32) const Vexo8u kLowBytes[16] = {VEXO_PAIRS8(0xFF, 0)};     // 16-bit lanes of 0x00FF
+alignas(32) const Vexo8u kPlus[16] = {VEXO_PAIRS8(1, 1)};            // bytes +1, +1
+alignas(32) const Vexo8u kPlusMinus[16] = {VEXO_PAIRS8(1, 0xFF)};    // bytes +1, -1
+// +1, +1 for the low eight bytes of each 16, +1, -1 for the high eight.
+alignas(32) const Vexo8u kRowSigns[32] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 0xFF, 1, 0xFF, 1, 0xFF, 1, 0xFF,
+                                          1, 1, 1, 1, 1, 1, 1, 1, 1, 0xFF, 1, 0xFF, 1, 0xFF, 1, 0xFF};
+// +1, +1 for the low sixteen bytes, +1, -1 for the high sixteen.
+alignas(32) const Vexo8u kLaneSigns[32] = {VEXO_PAIRS8(1, 1), VEXO_PAIRS8(1, 0xFF)};
+#undef VEXO_PAIRS16
+#undef VEXO_PAIRS8
+#undef VEXO_PAIRS4
+
+inline const void* opaque(const void* p) {
+#if VEXO_LEVEL >= VEXO_LEVEL_G9
+    __asm__("" : "+r"(p));  // the compiler may not know the value
+#endif
+    return p;
+}
+inline __m128i constant128(const Vexo8u* table) { return _mm_load_si128(static_cast<const __m128i*>(opaque(table))); }
+
 inline __m128i abs16(__m128i v) {
 #if VEXO_LEVEL >= VEXO_LEVEL_V8
     return _mm_abs_epi16(v);
@@ -107,7 +136,7 @@ inline __m128i abs16(__m128i v) {
 // Each 16-bit lane pair (2k, 2k + 1) swapped.
 inline __m128i swapPairs(__m128i v) {
 #if VEXO_LEVEL >= VEXO_LEVEL_V8
-    return _mm_shuffle_epi8(v, _mm_setr_epi8(2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13));
+    return _mm_shuffle_epi8(v, constant128(kSwapPairs));
 #else
     return _mm_shufflehi_epi16(_mm_shufflelo_epi16(v, 0xB1), 0xB1);
 #endif
@@ -125,7 +154,7 @@ inline Vexo32s sumOfDwords(__m128i v) {
     v = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0xB1));
     return _mm_cvtsi128_si32(v);
 }
-inline __m128i widenSum(__m128i words) { return _mm_madd_epi16(words, _mm_set1_epi16(1)); }
+inline __m128i widenSum(__m128i words) { return _mm_madd_epi16(words, constant128(kOnes16)); }
 // The sum of eight 16-bit lanes (as signed); the last step in general
 // registers where there are 64-bit ones.
 inline Vexo32s sumOfWords(__m128i words) {
@@ -147,11 +176,11 @@ struct PairStage {
 };
 inline PairStage pairStage(__m128i a, __m128i b) {
 #if VEXO_LEVEL >= VEXO_LEVEL_V8
-    const __m128i plus = _mm_set1_epi8(1), minus = _mm_set1_epi16(Vexo16s(0xFF01));
+    const __m128i plus = constant128(kPlus), minus = constant128(kPlusMinus);
     return {_mm_sub_epi16(_mm_maddubs_epi16(a, plus), _mm_maddubs_epi16(b, plus)),
             _mm_sub_epi16(_mm_maddubs_epi16(a, minus), _mm_maddubs_epi16(b, minus))};
 #else
-    const __m128i low = _mm_set1_epi16(0xFF);
+    const __m128i low = constant128(kLowBytes);
     const __m128i even = _mm_sub_epi16(_mm_and_si128(a, low), _mm_and_si128(b, low));
     const __m128i odd = _mm_sub_epi16(_mm_srli_epi16(a, 8), _mm_srli_epi16(b, 8));
     return {_mm_add_epi16(even, odd), _mm_sub_epi16(even, odd)};
@@ -165,7 +194,7 @@ inline __m128i loadDuplicated8(const Vexo8u* p) {
 // One 8-sample row duplicated against +1,+1 bytes then +1,-1 bytes: the pair
 // sums of both tiles in the low half, their pair differences in the high half.
 inline __m128i pairStage8(const Vexo8u* s, const Vexo8u* r) {
-    const __m128i signs = _mm_set_epi64x(Vexo64s(0xFF01FF01FF01FF01ull), 0x0101010101010101ll);
+    const __m128i signs = constant128(kRowSigns);
     return _mm_sub_epi16(_mm_maddubs_epi16(loadDuplicated8(s), signs), _mm_maddubs_epi16(loadDuplicated8(r), signs));
 }
 #endif
@@ -190,9 +219,9 @@ inline __m128i rowDifferences4x2(const Vexo8u* src, Vexo32s srcStep, const Vexo8
     const __m128i both = _mm_unpacklo_epi64(upper, lower);
 #if VEXO_LEVEL >= VEXO_LEVEL_V8
     // Interleaved s, r bytes against +1, -1: s - r in one instruction.
-    return _mm_maddubs_epi16(both, _mm_set1_epi16(Vexo16s(0xFF01)));
+    return _mm_maddubs_epi16(both, constant128(kPlusMinus));
 #else
-    const __m128i low = _mm_set1_epi16(0xFF);
+    const __m128i low = constant128(kLowBytes);
     return _mm_sub_epi16(_mm_and_si128(both, low), _mm_srli_epi16(both, 8));
 #endif
 }
@@ -277,11 +306,10 @@ inline __m128i twoBands8(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, 
 // --- SATD: AVX2, a whole 16-sample row or two 8-sample rows per register ---------------
 
 inline __m256i abs16(__m256i v) { return _mm256_abs_epi16(v); }
+inline __m256i constant256(const Vexo8u* table) { return _mm256_load_si256(static_cast<const __m256i*>(opaque(table))); }
 inline __m256i lastStage(__m256i v) {
     const __m256i a = _mm256_abs_epi16(v);
-    const __m256i swap = _mm256_setr_epi8(2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13, 2, 3, 0, 1, 6, 7, 4, 5,
-                                          10, 11, 8, 9, 14, 15, 12, 13);
-    return _mm256_max_epi16(a, _mm256_shuffle_epi8(a, swap));
+    return _mm256_max_epi16(a, _mm256_shuffle_epi8(a, constant256(kSwapPairs)));
 }
 inline __m256i columnsAndLastStage(__m256i r0, __m256i r1, __m256i r2, __m256i r3) {
     const __m256i a0 = _mm256_add_epi16(r0, r1), a1 = _mm256_sub_epi16(r0, r1);
@@ -292,10 +320,7 @@ inline __m256i columnsAndLastStage(__m256i r0, __m256i r1, __m256i r2, __m256i r
 }
 // Low half +1,+1 bytes, high half +1,-1: a row broadcast to both halves comes
 // out as its pair sums then its pair differences.
-inline __m256i pairSigns256() {
-    return _mm256_setr_epi64x(0x0101010101010101ll, 0x0101010101010101ll, Vexo64s(0xFF01FF01FF01FF01ull),
-                              Vexo64s(0xFF01FF01FF01FF01ull));
-}
+inline __m256i pairSigns256() { return constant256(kLaneSigns); }
 inline __m256i pairStageRow16(const Vexo8u* s, const Vexo8u* r, __m256i signs) {
     const __m256i a = _mm256_broadcastsi128_si256(load16(s));
     const __m256i b = _mm256_broadcastsi128_si256(load16(r));
@@ -308,8 +333,7 @@ inline __m256i band16(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vex
 }
 // Rows k and k + 4 of an 8-wide block, each duplicated into its own half.
 inline __m256i pairStageRows8(const Vexo8u* s, const Vexo8u* r, Vexo32s srcStep, Vexo32s refStep) {
-    const __m256i signs = _mm256_setr_epi64x(0x0101010101010101ll, Vexo64s(0xFF01FF01FF01FF01ull),
-                                             0x0101010101010101ll, Vexo64s(0xFF01FF01FF01FF01ull));
+    const __m256i signs = constant256(kRowSigns);
     const __m256i a = _mm256_inserti128_si256(_mm256_castsi128_si256(loadDuplicated8(s)),
                                               loadDuplicated8(s + offsetOf(4, srcStep)), 1);
     const __m256i b = _mm256_inserti128_si256(_mm256_castsi128_si256(loadDuplicated8(r)),
@@ -322,7 +346,7 @@ inline __m256i twoBands8(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, 
     return columnsAndLastStage(r[0], r[1], r[2], r[3]);
 }
 inline Vexo32s sumOfWords(__m256i words) {
-    const __m256i d = _mm256_madd_epi16(words, _mm256_set1_epi16(1));
+    const __m256i d = _mm256_madd_epi16(words, constant256(kOnes16));
     return sumOfDwords(_mm_add_epi32(_mm256_castsi256_si128(d), _mm256_extracti128_si256(d, 1)));
 }
 #endif
@@ -346,24 +370,10 @@ Vexo32s satdWide(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s 
 #endif
     if constexpr (W == 16) {
 #if VEXO_LEVEL >= VEXO_LEVEL_V8
-#if VEXO_LEVEL == VEXO_LEVEL_V8
-        __m128i total = _mm_setzero_si128();
-        for (int y = 0; y < H; y += 8) {
-            const Vexo8u* s = src + offsetOf(y, srcStep);
-            const Vexo8u* r = ref + offsetOf(y, refStep);
-            const Vexo8u* s4 = src + offsetOf(y + 4, srcStep);
-            const Vexo8u* r4 = ref + offsetOf(y + 4, refStep);
-            const __m128i lanes = _mm_add_epi16(
-                _mm_add_epi16(band8(s, srcStep, r, refStep), band8(s + 8, srcStep, r + 8, refStep)),
-                _mm_add_epi16(band8(s4, srcStep, r4, refStep), band8(s4 + 8, srcStep, r4 + 8, refStep)));
-            total = _mm_add_epi32(total, widenSum(lanes));
-        }
-        return sumOfDwords(total);
-#else
         // The pair sums of four rows, then (loading again) their pair
         // differences: four live row registers leave room for the rest.
         // Each half of a band adds at most 4 * 2040 to a lane.
-        const __m128i plus = _mm_set1_epi8(1), minus = _mm_set1_epi16(Vexo16s(0xFF01));
+        const __m128i plus = constant128(kPlus), minus = constant128(kPlusMinus);
         __m128i total = _mm_setzero_si128();
         for (int y = 0; y < H; y += 8) {
             __m128i lanes = _mm_setzero_si128();
@@ -376,7 +386,6 @@ Vexo32s satdWide(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s 
             total = _mm_add_epi32(total, widenSum(lanes));
         }
         return sumOfDwords(total);
-#endif
 #else
         // Two bands fit the 16-bit lanes; widen after each pair.
         __m128i total = _mm_setzero_si128();
@@ -474,7 +483,7 @@ Vexo32s tileCost8x8(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo3
     __m128i v[8];
     for (int y = 0; y < 8; ++y) {
 #if VEXO_LEVEL >= VEXO_LEVEL_V8
-        const __m128i pm = _mm_set1_epi16(Vexo16s(0xFF01));
+        const __m128i pm = constant128(kPlusMinus);
         v[y] = _mm_maddubs_epi16(_mm_unpacklo_epi8(load8(src + offsetOf(y, srcStep)), load8(ref + offsetOf(y, refStep))), pm);
 #else
         v[y] = _mm_sub_epi16(widenLow(load8(src + offsetOf(y, srcStep))), widenLow(load8(ref + offsetOf(y, refStep))));

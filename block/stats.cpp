@@ -211,6 +211,7 @@ Vexo32s squaredDifferencesSum(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* 
     ReferenceRows<W, Mc> rows(ref, refStep);
     SquareSum<16> sum;
     if constexpr (W == 16) {
+#pragma GCC unroll 16
         for (int y = 0; y < H; ++y) sum.add(load16(src + offsetOf(y, srcStep)), rows.next());
     } else if constexpr (W == 8) {
 #if VEXO_LEVEL >= VEXO_LEVEL_P8
@@ -260,6 +261,7 @@ Vexo32s squaredDifferencesPairSum(const Vexo8u* src, Vexo32s srcStep, const Vexo
     ReferenceRows<16, Mc1> rows1(ref1, ref1Step);
     ReferenceRows<16, Mc2> rows2(ref2, ref2Step);
     SquareSum<16> sum;
+#pragma GCC unroll 16
     for (int y = 0; y < 16; ++y) sum.add(loadRow<16>(src + offsetOf(y, srcStep)), _mm_avg_epu8(rows1.next(), rows2.next()));
     return sum.total();
 #else
@@ -435,6 +437,7 @@ void residualSums(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s
     const __m128i zero = _mm_setzero_si128();
     for (int band = 0; band < H / 8; ++band) {
         __m128i left = zero, right = zero, refs = zero;
+#pragma GCC unroll 8
         for (int y = band * 8; y < band * 8 + 8; ++y) {
             const __m128i s = load16(src + offsetOf(y, srcStep));
             const __m128i r = rows.next();
