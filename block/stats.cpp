@@ -50,6 +50,25 @@ inline __m128i loadRow(const Vexo8u* p) {
     else return load16(p);
 }
 
+// Vector constants, read from this path's own tables. Left alone, the
+// compiler rebuilds repeated-element constants from general registers under
+// AVX tuning, three instructions where a load (usually folded) costs nothing.
+#define VEXO_PAIRS4(a, b) a, b, a, b, a, b, a, b
+#define VEXO_PAIRS16(a, b) VEXO_PAIRS4(a, b), VEXO_PAIRS4(a, b), VEXO_PAIRS4(a, b), VEXO_PAIRS4(a, b)
+alignas(32) const Vexo8u kOneBytes[32] = {VEXO_PAIRS16(1, 1)};
+alignas(32) const Vexo8u kOneWords[32] = {VEXO_PAIRS16(1, 0)};
+alignas(32) const Vexo8u kPlusMinus[32] = {VEXO_PAIRS16(1, 0xFF)};  // bytes +1, -1: s - r of interleaved s, r
+#undef VEXO_PAIRS16
+#undef VEXO_PAIRS4
+
+inline const void* opaque(const void* p) {
+#if VEXO_LEVEL >= VEXO_LEVEL_G9
+    __asm__("" : "+r"(p));  // the compiler may not know the value
+#endif
+    return p;
+}
+inline __m128i constant128(const Vexo8u* table) { return _mm_load_si128(static_cast<const __m128i*>(opaque(table))); }
+
 inline __m128i absDiffBytes(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
 
 // The last step of a horizontal sum in general registers where there are
@@ -103,7 +122,7 @@ public:
             __m128i below, belowOdd;
             pairOf(p_, below, belowOdd);
             const __m128i odd = _mm_and_si128(_mm_and_si128(_mm_xor_si128(above_, below), _mm_or_si128(aboveOdd_, belowOdd)),
-                                              _mm_set1_epi8(1));
+                                              constant128(kOneBytes));
             const __m128i v = _mm_sub_epi8(_mm_avg_epu8(above_, below), odd);
             above_ = below;
             aboveOdd_ = belowOdd;
@@ -148,7 +167,7 @@ inline __m128i referenceTile4x4(const Vexo8u* ref, Vexo32s step) {
     const __m128i c = nextRows4(a, row4), d = nextRows4(b, row4 + 1);
     const __m128i top = _mm_avg_epu8(a, b), bottom = _mm_avg_epu8(c, d);
     const __m128i odd = _mm_and_si128(_mm_and_si128(_mm_xor_si128(top, bottom), _mm_or_si128(_mm_xor_si128(a, b), _mm_xor_si128(c, d))),
-                                      _mm_set1_epi8(1));
+                                      constant128(kOneBytes));
     return _mm_sub_epi8(_mm_avg_epu8(top, bottom), odd);
 }
 
@@ -193,6 +212,53 @@ private:
     __m256i acc256_ = _mm256_setzero_si256();
 #endif
 };
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+inline __m256i constant256(const Vexo8u* table) { return _mm256_load_si256(static_cast<const __m256i*>(opaque(table))); }
+
+// Two 16-byte rows in one register, the upper row in the low half.
+inline __m256i loadRowPair(const Vexo8u* p, Vexo32s step) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(load16(p)), load16(p + step), 1);
+}
+
+// Reference values of rows y and y + 1 of a 16-wide block, y = 0, 2, 4, ...
+template <int Mc>
+class ReferenceRowPairs {
+public:
+    ReferenceRowPairs(const Vexo8u* ref, Vexo32s step) : p_(ref), step_(step) {}
+    __m256i next() {
+        const Vexo8u* p = p_;
+        p_ += 2 * std::ptrdiff_t(step_);
+        const __m256i a = loadRowPair(p, step_);
+        if constexpr (Mc == 0) {
+            return a;
+        } else if constexpr (Mc == 8) {
+            return _mm256_avg_epu8(a, loadRowPair(p + 1, step_));
+        } else if constexpr (Mc == 4) {
+            return _mm256_avg_epu8(a, loadRowPair(p + step_, step_));
+        } else {
+            const __m256i b = loadRowPair(p + 1, step_);
+            const __m256i c = loadRowPair(p + step_, step_), d = loadRowPair(p + step_ + 1, step_);
+            const __m256i top = _mm256_avg_epu8(a, b), bottom = _mm256_avg_epu8(c, d);
+            const __m256i odd = _mm256_and_si256(
+                _mm256_and_si256(_mm256_xor_si256(top, bottom), _mm256_or_si256(_mm256_xor_si256(a, b), _mm256_xor_si256(c, d))),
+                constant256(kOneBytes));
+            return _mm256_sub_epi8(_mm256_avg_epu8(top, bottom), odd);
+        }
+    }
+
+private:
+    const Vexo8u* p_;
+    Vexo32s step_;
+};
+
+// Sums of squared byte differences, as eight 32-bit partial sums.
+inline __m256i squaredDifferences32(__m256i a, __m256i b) {
+    const __m256i d = _mm256_or_si256(_mm256_subs_epu8(a, b), _mm256_subs_epu8(b, a));
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i lo = _mm256_unpacklo_epi8(d, zero), hi = _mm256_unpackhi_epi8(d, zero);
+    return _mm256_add_epi32(_mm256_madd_epi16(lo, lo), _mm256_madd_epi16(hi, hi));
+}
+#endif  // H9
 #endif  // W7
 
 // --- Squared differences -----------------------------------------------------
@@ -208,6 +274,15 @@ template <int W, int H, int Mc>
 Vexo32s squaredDifferencesSum(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep) {
 #if VEXO_LEVEL >= VEXO_LEVEL_W7
     if constexpr (W == 4) return squareSum16(gatherRows4(src, srcStep), referenceTile4x4<Mc>(ref, refStep));
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+    if constexpr (W == 16) {
+        ReferenceRowPairs<Mc> pairs(ref, refStep);
+        __m256i acc = _mm256_setzero_si256();
+#pragma GCC unroll 8
+        for (int y = 0; y < H; y += 2) acc = _mm256_add_epi32(acc, squaredDifferences32(loadRowPair(src + offsetOf(y, srcStep), srcStep), pairs.next()));
+        return sumOfDwords(acc);
+    }
+#endif
     ReferenceRows<W, Mc> rows(ref, refStep);
     SquareSum<16> sum;
     if constexpr (W == 16) {
@@ -225,7 +300,7 @@ Vexo32s squaredDifferencesSum(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* 
         return sumOfDwords(acc);
 #elif VEXO_LEVEL >= VEXO_LEVEL_V8
         // Interleaved s, r bytes against +1, -1: s - r in one instruction.
-        const __m128i signs = _mm_set1_epi16(Vexo16s(0xFF01));
+        const __m128i signs = constant128(kPlusMinus);
         __m128i acc = _mm_setzero_si128();
         for (int y = 0; y < H; ++y) {
             const __m128i d = _mm_maddubs_epi16(_mm_unpacklo_epi8(load8(src + offsetOf(y, srcStep)), rows.next()), signs);
@@ -257,7 +332,16 @@ Vexo32s squaredDifferencesSum(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* 
 template <int Mc1, int Mc2>
 Vexo32s squaredDifferencesPairSum(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                   const Vexo8u* ref2, Vexo32s ref2Step) {
-#if VEXO_LEVEL >= VEXO_LEVEL_W7
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+    ReferenceRowPairs<Mc1> pairs1(ref1, ref1Step);
+    ReferenceRowPairs<Mc2> pairs2(ref2, ref2Step);
+    __m256i acc = _mm256_setzero_si256();
+#pragma GCC unroll 8
+    for (int y = 0; y < 16; y += 2)
+        acc = _mm256_add_epi32(acc, squaredDifferences32(loadRowPair(src + offsetOf(y, srcStep), srcStep),
+                                                         _mm256_avg_epu8(pairs1.next(), pairs2.next())));
+    return sumOfDwords(acc);
+#elif VEXO_LEVEL >= VEXO_LEVEL_W7
     ReferenceRows<16, Mc1> rows1(ref1, ref1Step);
     ReferenceRows<16, Mc2> rows2(ref2, ref2Step);
     SquareSum<16> sum;
@@ -328,7 +412,7 @@ Vexo32s sumOfSquaresLessSquaredSum16x16(const Vexo8u* src, Vexo32s srcStep) {
         sums = _mm256_add_epi16(sums, _mm256_add_epi16(a, b));  // at most 16 * 255 per lane
         squares = _mm256_add_epi32(squares, _mm256_add_epi32(_mm256_madd_epi16(a, a), _mm256_madd_epi16(b, b)));
     }
-    sum = sumOfDwords(_mm256_madd_epi16(sums, _mm256_set1_epi16(1)));
+    sum = sumOfDwords(_mm256_madd_epi16(sums, constant256(kOneWords)));
     sumSquares = sumOfDwords(squares);
 #elif VEXO_LEVEL >= VEXO_LEVEL_W7
     __m128i sums = _mm_setzero_si128(), squares = _mm_setzero_si128();
@@ -387,7 +471,7 @@ Moments moments8x8(const Vexo16s* src, Vexo32s srcStep) {
     // pmaddwd wraps exactly as the 32-bit accumulator must: (-32768)^2 * 2
     // comes out as 0x80000000, the true sum modulo 2^32.
     __m128i sums = _mm_setzero_si128(), squares = _mm_setzero_si128();
-    const __m128i ones = _mm_set1_epi16(1);
+    const __m128i ones = constant128(kOneWords);
     for (int y = 0; y < 8; ++y) {
         const __m128i row = load16(rowAt(src, srcStep, y));
         sums = _mm_add_epi32(sums, _mm_madd_epi16(row, ones));
@@ -425,16 +509,51 @@ Vexo32s varianceFromSum(const Moments& m) {
 
 // --- Residual statistics -------------------------------------------------------
 
+// The last two steps for one block, from its sum of d * d and its sum of
+// reference values. Eight times the residual's mean first: the caller's sum
+// may be anything, so the difference and the square wrap, never overflow.
+inline void finishBlock(Vexo32s squares, Vexo32s references, const Vexo32s* srcSum, Vexo32s* variance, Vexo32s* mean) {
+    const Vexo32s m = wrapSub(*srcSum, references) / 8;
+    const Vexo32s spread = wrapSub(squares, wrapMul(m, m));
+    *mean = m;
+    *variance = spread > 0 ? spread / 64 : 0;
+}
+
 struct ResidualSums {
-    Vexo32s squares[4];    // sum of d * d per 8x8 block
-    Vexo32s references[4]; // sum of reference values per 8x8 block
+    Vexo32s squares[4];     // sum of d * d per 8x8 block
+    Vexo32s references[4];  // sum of reference values per 8x8 block
 };
 
 template <int H, int Mc>
-void residualSums(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, ResidualSums& out) {
-#if VEXO_LEVEL >= VEXO_LEVEL_W7
+inline void residualSums(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, ResidualSums& out) {
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+    // Two rows per register: the unpacks split each row at its 8-sample
+    // blocks, psadbw gives the reference sum of each row's two blocks.
+    ReferenceRowPairs<Mc> pairs(ref, refStep);
+    const __m256i zero = _mm256_setzero_si256(), pm = constant256(kPlusMinus);
+#pragma GCC unroll 2
+    for (int band = 0; band < H / 8; ++band) {
+        __m256i left = zero, right = zero, refs = zero;
+#pragma GCC unroll 4
+        for (int y = band * 8; y < band * 8 + 8; y += 2) {
+            const __m256i s = loadRowPair(src + offsetOf(y, srcStep), srcStep);
+            const __m256i r = pairs.next();
+            refs = _mm256_add_epi32(refs, _mm256_sad_epu8(r, zero));
+            const __m256i dl = _mm256_maddubs_epi16(_mm256_unpacklo_epi8(s, r), pm);
+            const __m256i dh = _mm256_maddubs_epi16(_mm256_unpackhi_epi8(s, r), pm);
+            left = _mm256_add_epi32(left, _mm256_madd_epi16(dl, dl));
+            right = _mm256_add_epi32(right, _mm256_madd_epi16(dh, dh));
+        }
+        const __m128i blockRefs = _mm_add_epi32(_mm256_castsi256_si128(refs), _mm256_extracti128_si256(refs, 1));
+        out.squares[2 * band] = sumOfDwords(left);
+        out.squares[2 * band + 1] = sumOfDwords(right);
+        out.references[2 * band] = _mm_cvtsi128_si32(blockRefs);
+        out.references[2 * band + 1] = _mm_cvtsi128_si32(_mm_unpackhi_epi64(blockRefs, blockRefs));
+    }
+#elif VEXO_LEVEL >= VEXO_LEVEL_W7
     ReferenceRows<16, Mc> rows(ref, refStep);
     const __m128i zero = _mm_setzero_si128();
+#pragma GCC unroll 2
     for (int band = 0; band < H / 8; ++band) {
         __m128i left = zero, right = zero, refs = zero;
 #pragma GCC unroll 8
@@ -443,7 +562,7 @@ void residualSums(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s
             const __m128i r = rows.next();
             refs = _mm_add_epi32(refs, _mm_sad_epu8(r, zero));  // left block low, right block high
 #if VEXO_LEVEL >= VEXO_LEVEL_V8
-            const __m128i pm = _mm_set1_epi16(Vexo16s(0xFF01));  // bytes +1, -1: s - r
+            const __m128i pm = constant128(kPlusMinus);
             const __m128i dl = _mm_maddubs_epi16(_mm_unpacklo_epi8(s, r), pm);
             const __m128i dh = _mm_maddubs_epi16(_mm_unpackhi_epi8(s, r), pm);
 #else
@@ -472,35 +591,39 @@ void residualSums(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s
 #endif
 }
 
-using ResidualKernel = void (*)(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
-                                ResidualSums& out);
-const ResidualKernel kResidual16x16[4] = {residualSums<16, 0>, residualSums<16, 4>, residualSums<16, 8>,
-                                          residualSums<16, 12>};
-const ResidualKernel kResidual16x8[4] = {residualSums<8, 0>, residualSums<8, 4>, residualSums<8, 8>,
-                                         residualSums<8, 12>};
-
-VexoStatus residualStatistics(const ResidualKernel* table, int blocks, const Vexo8u* src, Vexo32s srcStep,
-                              const Vexo8u* ref, Vexo32s refStep, const Vexo32s* srcSums, Vexo32s* variances,
-                              Vexo32s* means, Vexo32s mcType) {
-    if (src == nullptr || ref == nullptr || srcSums == nullptr || variances == nullptr || means == nullptr)
-        return vexoStatusNullPointer;
+// A whole call after the pointer tests: the sums are finished in the same
+// function, from registers (a round trip through memory, written a word at a
+// time and read back as a vector, stalls the store forwarding).
+template <int H, int Mc>
+VexoStatus residualStatistics(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+                              const Vexo32s* srcSums, Vexo32s* variances, Vexo32s* means) {
     ResidualSums sums;
-    table[positionBits(mcType)](src, srcStep, ref, refStep, sums);
-    // The outputs hold the running sums before the last step, as the
-    // definition has it, so that a caller whose srcSums share memory with an
-    // output reads what that definition reads.
-    for (int b = 0; b < blocks; ++b) {
+    residualSums<H, Mc>(src, srcStep, ref, refStep, sums);
+    // The outputs hold the running sums before the last steps, as the
+    // definition has it, so that srcSums sharing memory with an output reads
+    // what the definition reads.
+    constexpr int kBlocks = H / 4;
+    for (int b = 0; b < kBlocks; ++b) {
         variances[b] = sums.squares[b];
         means[b] = sums.references[b];
     }
-    for (int b = 0; b < blocks; ++b) {
-        // Eight times the residual's mean; the caller's sums may be anything,
-        // so the difference and the square wrap rather than overflow.
-        means[b] = wrapSub(srcSums[b], means[b]) / 8;
-        const Vexo32s spread = wrapSub(variances[b], wrapMul(means[b], means[b]));
-        variances[b] = spread > 0 ? spread / 64 : 0;
-    }
+    for (int b = 0; b < kBlocks; ++b) finishBlock(sums.squares[b], sums.references[b], srcSums + b, variances + b, means + b);
     return vexoStatusOk;
+}
+
+using ResidualKernel = VexoStatus (*)(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+                                      const Vexo32s* srcSums, Vexo32s* variances, Vexo32s* means);
+const ResidualKernel kResidual16x16[4] = {residualStatistics<16, 0>, residualStatistics<16, 4>,
+                                          residualStatistics<16, 8>, residualStatistics<16, 12>};
+const ResidualKernel kResidual16x8[4] = {residualStatistics<8, 0>, residualStatistics<8, 4>, residualStatistics<8, 8>,
+                                         residualStatistics<8, 12>};
+
+inline VexoStatus runResidualStatistics(const ResidualKernel* table, const Vexo8u* src, Vexo32s srcStep,
+                                        const Vexo8u* ref, Vexo32s refStep, const Vexo32s* srcSums,
+                                        Vexo32s* variances, Vexo32s* means, Vexo32s mcType) {
+    if (src == nullptr || ref == nullptr || srcSums == nullptr || variances == nullptr || means == nullptr)
+        return vexoStatusNullPointer;
+    return table[positionBits(mcType)](src, srcStep, ref, refStep, srcSums, variances, means);
 }
 
 // --- Mean absolute deviation ------------------------------------------------------
@@ -563,7 +686,7 @@ bool edgeWalkScalar(const T* src, Vexo32s srcStep, Threshold edgeThreshold, Thre
 // The number of positions 0..14 of a row whose byte lane is not quiet (0xFF
 // quiet, 0 counting); lane 15 is x = 15, which is no position.
 inline int countLoudLanes(__m128i quiet) {
-    const __m128i positions = _mm_srli_si128(_mm_set1_epi8(1), 1);
+    const __m128i positions = _mm_srli_si128(constant128(kOneBytes), 1);
     return sumOfHalves(_mm_sad_epu8(_mm_andnot_si128(quiet, positions), _mm_setzero_si128()));
 }
 inline __m128i absDiffWords(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu16(a, b), _mm_subs_epu16(b, a)); }
@@ -716,13 +839,13 @@ VexoStatus vexoVarSum8x8_16s32s_C1R(const Vexo16s* src, Vexo32s srcStep, Vexo32s
 VexoStatus vexoVarMeanDiff16x16_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                           const Vexo32s* srcSums, Vexo32s* variances, Vexo32s* means,
                                           Vexo32s mcType) {
-    return residualStatistics(kResidual16x16, 4, src, srcStep, ref, refStep, srcSums, variances, means, mcType);
+    return runResidualStatistics(kResidual16x16, src, srcStep, ref, refStep, srcSums, variances, means, mcType);
 }
 
 VexoStatus vexoVarMeanDiff16x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                          const Vexo32s* srcSums, Vexo32s* variances, Vexo32s* means,
                                          Vexo32s mcType) {
-    return residualStatistics(kResidual16x8, 2, src, srcStep, ref, refStep, srcSums, variances, means, mcType);
+    return runResidualStatistics(kResidual16x8, src, srcStep, ref, refStep, srcSums, variances, means, mcType);
 }
 
 VexoStatus vexoMeanAbsDev8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s* meanAbsDev) {
