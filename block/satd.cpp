@@ -16,7 +16,8 @@
 // neighbouring 16-bit lanes, and is never computed: |a + b| + |a - b| =
 // 2 max(|a|, |b|), so swapping the lanes of each pair and taking the maximum
 // leaves that maximum in both lanes, and the plain sum of all lanes is the
-// cost.
+// cost (with SSE4.1 blends, two registers share one swap and one maximum, and
+// the lanes sum to half the cost).
 #include "core/path.h"
 #include "core/simd.h"
 
@@ -149,6 +150,19 @@ inline __m128i lastStage(__m128i v) {
     return _mm_max_epi16(a, swapPairs(a));
 }
 
+// Two registers folded together. From SSE4.1 on, blends put each lane pair
+// of a beside the same pair of b, so one swap and one maximum serve both and
+// every maximum lands in one lane only: the lanes then sum to half the cost.
+constexpr int kFoldScale = VEXO_LEVEL >= VEXO_LEVEL_P8 ? 2 : 1;
+inline __m128i foldPair(__m128i a, __m128i b) {
+#if VEXO_LEVEL >= VEXO_LEVEL_P8
+    const __m128i x = _mm_abs_epi16(a), y = _mm_abs_epi16(b);
+    return _mm_max_epi16(_mm_blend_epi16(x, y, 0xAA), swapPairs(_mm_blend_epi16(y, x, 0xAA)));
+#else
+    return _mm_add_epi16(lastStage(a), lastStage(b));
+#endif
+}
+
 inline Vexo32s sumOfDwords(__m128i v) {
     v = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0x4E));
     v = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0xB1));
@@ -203,10 +217,9 @@ inline __m128i pairStage8(const Vexo8u* s, const Vexo8u* r) {
 inline __m128i columnsAndLastStage(__m128i r0, __m128i r1, __m128i r2, __m128i r3) {
     const __m128i a0 = _mm_add_epi16(r0, r1), a1 = _mm_sub_epi16(r0, r1);
     const __m128i a2 = _mm_add_epi16(r2, r3), a3 = _mm_sub_epi16(r2, r3);
-    const __m128i b0 = lastStage(_mm_add_epi16(a0, a2)), b1 = lastStage(_mm_add_epi16(a1, a3));
-    const __m128i b2 = lastStage(_mm_sub_epi16(a0, a2)), b3 = lastStage(_mm_sub_epi16(a1, a3));
-    // Each lane at most 4 * 2040: this sum fits in 16 bits.
-    return _mm_add_epi16(_mm_add_epi16(b0, b1), _mm_add_epi16(b2, b3));
+    // Each lane at most 4 * 2040 (2 * 2040 folded in pairs): this fits.
+    return _mm_add_epi16(foldPair(_mm_add_epi16(a0, a2), _mm_add_epi16(a1, a3)),
+                         foldPair(_mm_sub_epi16(a0, a2), _mm_sub_epi16(a1, a3)));
 }
 
 // --- SATD: 4-wide blocks --------------------------------------------------------------
@@ -239,7 +252,7 @@ inline __m128i tileLanes4x4(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* re
     const __m128 pf = _mm_castsi128_ps(c02), mf = _mm_castsi128_ps(c13);
     const __m128i even = _mm_castps_si128(_mm_shuffle_ps(pf, mf, 0x88));
     const __m128i odd = _mm_castps_si128(_mm_shuffle_ps(pf, mf, 0xDD));
-    return _mm_add_epi16(lastStage(_mm_add_epi16(even, odd)), lastStage(_mm_sub_epi16(even, odd)));
+    return foldPair(_mm_add_epi16(even, odd), _mm_sub_epi16(even, odd));
 }
 
 template <int H>
@@ -272,18 +285,21 @@ inline __m128i pairHalfBand16(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* 
 }
 #endif
 
-// A band of four rows of an 8-wide block (at most 4 * 2040 per lane with
-// SSSE3, 8 * 2040 with SSE2).
+// A band of four rows of an 8-wide block (at most 4 * 2040 per lane).
 inline __m128i band8(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep) {
 #if VEXO_LEVEL >= VEXO_LEVEL_V8
     __m128i r[4];
     for (int k = 0; k < 4; ++k) r[k] = pairStage8(src + offsetOf(k, srcStep), ref + offsetOf(k, refStep));
     return columnsAndLastStage(r[0], r[1], r[2], r[3]);
 #else
-    PairStage r[4];
-    for (int k = 0; k < 4; ++k) r[k] = pairStage(load8(src + offsetOf(k, srcStep)), load8(ref + offsetOf(k, refStep)));
-    return _mm_add_epi16(columnsAndLastStage(r[0].sums, r[1].sums, r[2].sums, r[3].sums),
-                         columnsAndLastStage(r[0].differences, r[1].differences, r[2].differences, r[3].differences));
+    // Eight samples give four pair sums and four pair differences: one
+    // register holds both.
+    __m128i r[4];
+    for (int k = 0; k < 4; ++k) {
+        const PairStage p = pairStage(load8(src + offsetOf(k, srcStep)), load8(ref + offsetOf(k, refStep)));
+        r[k] = _mm_unpacklo_epi64(p.sums, p.differences);
+    }
+    return columnsAndLastStage(r[0], r[1], r[2], r[3]);
 #endif
 }
 
@@ -305,18 +321,17 @@ inline __m128i twoBands8(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, 
 #if VEXO_LEVEL >= VEXO_LEVEL_H9
 // --- SATD: AVX2, a whole 16-sample row or two 8-sample rows per register ---------------
 
-inline __m256i abs16(__m256i v) { return _mm256_abs_epi16(v); }
 inline __m256i constant256(const Vexo8u* table) { return _mm256_load_si256(static_cast<const __m256i*>(opaque(table))); }
-inline __m256i lastStage(__m256i v) {
-    const __m256i a = _mm256_abs_epi16(v);
-    return _mm256_max_epi16(a, _mm256_shuffle_epi8(a, constant256(kSwapPairs)));
+inline __m256i foldPair(__m256i a, __m256i b) {
+    const __m256i x = _mm256_abs_epi16(a), y = _mm256_abs_epi16(b);
+    return _mm256_max_epi16(_mm256_blend_epi16(x, y, 0xAA),
+                            _mm256_shuffle_epi8(_mm256_blend_epi16(y, x, 0xAA), constant256(kSwapPairs)));
 }
 inline __m256i columnsAndLastStage(__m256i r0, __m256i r1, __m256i r2, __m256i r3) {
     const __m256i a0 = _mm256_add_epi16(r0, r1), a1 = _mm256_sub_epi16(r0, r1);
     const __m256i a2 = _mm256_add_epi16(r2, r3), a3 = _mm256_sub_epi16(r2, r3);
-    const __m256i b0 = lastStage(_mm256_add_epi16(a0, a2)), b1 = lastStage(_mm256_add_epi16(a1, a3));
-    const __m256i b2 = lastStage(_mm256_sub_epi16(a0, a2)), b3 = lastStage(_mm256_sub_epi16(a1, a3));
-    return _mm256_add_epi16(_mm256_add_epi16(b0, b1), _mm256_add_epi16(b2, b3));
+    return _mm256_add_epi16(foldPair(_mm256_add_epi16(a0, a2), _mm256_add_epi16(a1, a3)),
+                            foldPair(_mm256_sub_epi16(a0, a2), _mm256_sub_epi16(a1, a3)));
 }
 // Low half +1,+1 bytes, high half +1,-1: a row broadcast to both halves comes
 // out as its pair sums then its pair differences.
@@ -535,8 +550,8 @@ Vexo32s tileCost8x8(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref, Vex
 template <int W, int H>
 Vexo32s satd(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep) {
 #if VEXO_LEVEL >= VEXO_LEVEL_W7
-    if constexpr (W == 4) return satd4Wide<H>(src, srcStep, ref, refStep);
-    else return satdWide<W, H>(src, srcStep, ref, refStep);
+    if constexpr (W == 4) return kFoldScale * satd4Wide<H>(src, srcStep, ref, refStep);
+    else return kFoldScale * satdWide<W, H>(src, srcStep, ref, refStep);
 #else
     Vexo32s total = 0;
     for (int y = 0; y < H; y += 4)
