@@ -265,6 +265,7 @@ Vexo32s satd4Wide(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s
 
 // --- SATD: 8- and 16-wide blocks, 128-bit -----------------------------------------------
 
+#if VEXO_LEVEL < VEXO_LEVEL_V8
 // A band of four rows of a 16-wide block: 16-bit lane sums (at most 8 * 2040).
 inline __m128i band16(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep) {
     PairStage r[4];
@@ -272,8 +273,7 @@ inline __m128i band16(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vex
     return _mm_add_epi16(columnsAndLastStage(r[0].sums, r[1].sums, r[2].sums, r[3].sums),
                          columnsAndLastStage(r[0].differences, r[1].differences, r[2].differences, r[3].differences));
 }
-
-#if VEXO_LEVEL >= VEXO_LEVEL_V8
+#else
 // Four rows of a 16-wide block against one sign pattern: their pair sums or
 // their pair differences, columns and last stage done.
 inline __m128i pairHalfBand16(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, __m128i signs) {
