@@ -21,6 +21,10 @@
 #include "core/path.h"
 #include "core/simd.h"
 
+// Exports and table kernels start on a cache line: the same instructions in
+// two paths otherwise time differently by where the linker happens to put them.
+#define VEXO_LINE_ALIGNED __attribute__((aligned(64)))
+
 namespace vexo::VEXO_PATH {
 namespace {
 
@@ -579,42 +583,42 @@ inline VexoStatus runSatd(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref,
 
 }  // namespace
 
-VexoStatus vexoSATD4x4_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSATD4x4_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                  Vexo32s* satd) {
     return runSatd<4, 4>(src, srcStep, ref, refStep, satd);
 }
-VexoStatus vexoSATD4x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSATD4x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                  Vexo32s* satd) {
     return runSatd<4, 8>(src, srcStep, ref, refStep, satd);
 }
-VexoStatus vexoSATD8x4_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSATD8x4_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                  Vexo32s* satd) {
     return runSatd<8, 4>(src, srcStep, ref, refStep, satd);
 }
-VexoStatus vexoSATD8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSATD8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                  Vexo32s* satd) {
     return runSatd<8, 8>(src, srcStep, ref, refStep, satd);
 }
-VexoStatus vexoSATD8x16_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSATD8x16_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                   Vexo32s* satd) {
     return runSatd<8, 16>(src, srcStep, ref, refStep, satd);
 }
-VexoStatus vexoSATD16x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSATD16x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                   Vexo32s* satd) {
     return runSatd<16, 8>(src, srcStep, ref, refStep, satd);
 }
-VexoStatus vexoSATD16x16_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSATD16x16_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo32s* satd) {
     return runSatd<16, 16>(src, srcStep, ref, refStep, satd);
 }
 
-VexoStatus vexoSAT8x8D_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSAT8x8D_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                  Vexo32s* sat) {
     if (src == nullptr || ref == nullptr || sat == nullptr) return vexoStatusNullPointer;
     *sat = sat8x8(src, srcStep, ref, refStep);
     return vexoStatusOk;
 }
-VexoStatus vexoSAT8x8D_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSAT8x8D_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref, Vexo32s refStep,
                                   Vexo32s* sat) {
     if (src == nullptr || ref == nullptr || sat == nullptr) return vexoStatusNullPointer;
     *sat = sat8x8(src, srcStep, ref, refStep);
@@ -622,3 +626,5 @@ VexoStatus vexoSAT8x8D_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vex
 }
 
 }  // namespace vexo::VEXO_PATH
+
+#undef VEXO_LINE_ALIGNED

@@ -9,6 +9,10 @@
 #include "core/path.h"
 #include "core/simd.h"
 
+// Exports and table kernels start on a cache line: the same instructions in
+// two paths otherwise time differently by where the linker happens to put them.
+#define VEXO_LINE_ALIGNED __attribute__((aligned(64)))
+
 namespace vexo::VEXO_PATH {
 namespace {
 
@@ -68,6 +72,12 @@ inline const void* opaque(const void* p) {
     return p;
 }
 inline __m128i constant128(const Vexo8u* table) { return _mm_load_si128(static_cast<const __m128i*>(opaque(table))); }
+
+// Two 8-byte rows in one register, the first low. Written as movhps: left
+// to itself the compiler picks pinsrq where SSE4.1 allows, one more micro-op.
+inline __m128i loadTwoRows8(const Vexo8u* first, const Vexo8u* second) {
+    return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(load8(first)), reinterpret_cast<const double*>(second)));
+}
 
 inline __m128i absDiffBytes(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
 
@@ -310,7 +320,7 @@ Vexo32s squaredDifferencesSum(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* 
 #endif
         // Two rows to a register: half the squaring work.
         for (int y = 0; y < H; y += 2) {
-            const __m128i s = _mm_unpacklo_epi64(load8(src + offsetOf(y, srcStep)), load8(src + offsetOf(y + 1, srcStep)));
+            const __m128i s = loadTwoRows8(src + offsetOf(y, srcStep), src + offsetOf(y + 1, srcStep));
             const __m128i r0 = rows.next();
             sum.add(s, _mm_unpacklo_epi64(r0, rows.next()));
         }
@@ -363,13 +373,13 @@ Vexo32s squaredDifferencesPairSum(const Vexo8u* src, Vexo32s srcStep, const Vexo
 }
 
 template <int W, int H, int Mc>
-VexoStatus squaredDifferences(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus squaredDifferences(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                               Vexo32s* result) {
     *result = squaredDifferencesSum<W, H, Mc>(src, srcStep, ref, refStep);
     return vexoStatusOk;
 }
 template <int Mc1, int Mc2>
-VexoStatus squaredDifferencesPair(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_LINE_ALIGNED VexoStatus squaredDifferencesPair(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                   const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s* result) {
     *result = squaredDifferencesPairSum<Mc1, Mc2>(src, srcStep, ref1, ref1Step, ref2, ref2Step);
     return vexoStatusOk;
@@ -447,7 +457,7 @@ Moments moments8x8(const Vexo8u* src, Vexo32s srcStep) {
     const __m128i zero = _mm_setzero_si128();
     for (int y = 0; y < 8; y += 2) {
         const __m128i rows =
-            _mm_unpacklo_epi64(load8(src + offsetOf(y, srcStep)), load8(src + offsetOf(y + 1, srcStep)));
+            loadTwoRows8(src + offsetOf(y, srcStep), src + offsetOf(y + 1, srcStep));
         sums = _mm_add_epi32(sums, _mm_sad_epu8(rows, zero));
         const __m128i lo = widenLow(rows), hi = widenHigh(rows);
         squares = _mm_add_epi32(squares, _mm_add_epi32(_mm_madd_epi16(lo, lo), _mm_madd_epi16(hi, hi)));
@@ -595,7 +605,7 @@ inline void residualSums(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, 
 // function, from registers (a round trip through memory, written a word at a
 // time and read back as a vector, stalls the store forwarding).
 template <int H, int Mc>
-VexoStatus residualStatistics(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus residualStatistics(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                               const Vexo32s* srcSums, Vexo32s* variances, Vexo32s* means) {
     ResidualSums sums;
     residualSums<H, Mc>(src, srcStep, ref, refStep, sums);
@@ -636,7 +646,7 @@ Vexo32s meanAbsoluteDeviation(const Vexo8u* src, Vexo32s srcStep) {
     __m128i rows[kRegs];
     for (int i = 0; i < kRegs; ++i) {
         if constexpr (N == 8) {
-            rows[i] = _mm_unpacklo_epi64(load8(src + offsetOf(2 * i, srcStep)), load8(src + offsetOf(2 * i + 1, srcStep)));
+            rows[i] = loadTwoRows8(src + offsetOf(2 * i, srcStep), src + offsetOf(2 * i + 1, srcStep));
         } else {
             rows[i] = load16(src + offsetOf(i, srcStep));
         }
@@ -769,19 +779,19 @@ Vexo32u countZeros64(const Vexo16s* src) {
 
 // --- Exports ---------------------------------------------------------------------------
 
-VexoStatus vexoSSD4x4_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSSD4x4_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                 Vexo32s* ssd, Vexo32s mcType) {
     if (src == nullptr || ref == nullptr || ssd == nullptr) return vexoStatusNullPointer;
     return kSsd4x4[positionIndex(mcType)](src, srcStep, ref, refStep, ssd);
 }
 
-VexoStatus vexoSSD8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSSD8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                 Vexo32s* ssd, Vexo32s mcType) {
     if (src == nullptr || ref == nullptr || ssd == nullptr) return vexoStatusNullPointer;
     return kSsd8x8[positionIndex(mcType)](src, srcStep, ref, refStep, ssd);
 }
 
-VexoStatus vexoSqrDiff16x16_8u32s(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoSqrDiff16x16_8u32s(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                   Vexo32s mcType, Vexo32s* sqrDiff) {
     if (src == nullptr || ref == nullptr || sqrDiff == nullptr) return vexoStatusNullPointer;
     // Exact comparisons, in this order: whatever is not 0, 8 or 4 is the
@@ -790,7 +800,7 @@ VexoStatus vexoSqrDiff16x16_8u32s(const Vexo8u* src, Vexo32s srcStep, const Vexo
     return kSsd16x16[index](src, srcStep, ref, refStep, sqrDiff);
 }
 
-VexoStatus vexoSqrDiff16x16B_8u32s(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_LINE_ALIGNED VexoStatus vexoSqrDiff16x16B_8u32s(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                    Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                    Vexo32s* sqrDiff) {
     if (src == nullptr || ref1 == nullptr || ref2 == nullptr || sqrDiff == nullptr) return vexoStatusNullPointer;
@@ -798,13 +808,13 @@ VexoStatus vexoSqrDiff16x16B_8u32s(const Vexo8u* src, Vexo32s srcStep, const Vex
                                                                            ref2Step, sqrDiff);
 }
 
-VexoStatus vexoVariance16x16_8u32s(const Vexo8u* src, Vexo32s srcStep, Vexo32s* variance) {
+VEXO_LINE_ALIGNED VexoStatus vexoVariance16x16_8u32s(const Vexo8u* src, Vexo32s srcStep, Vexo32s* variance) {
     if (src == nullptr || variance == nullptr) return vexoStatusNullPointer;
     *variance = sumOfSquaresLessSquaredSum16x16(src, srcStep);
     return vexoStatusOk;
 }
 
-VexoStatus vexoVarMean8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s* variance, Vexo32s* mean) {
+VEXO_LINE_ALIGNED VexoStatus vexoVarMean8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s* variance, Vexo32s* mean) {
     if (src == nullptr || variance == nullptr || mean == nullptr) return vexoStatusNullPointer;
     const Moments m = moments8x8(src, srcStep);
     *variance = varianceFromMean(m);
@@ -812,7 +822,7 @@ VexoStatus vexoVarMean8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s*
     return vexoStatusOk;
 }
 
-VexoStatus vexoVarMean8x8_16s32s_C1R(const Vexo16s* src, Vexo32s srcStep, Vexo32s* variance, Vexo32s* mean) {
+VEXO_LINE_ALIGNED VexoStatus vexoVarMean8x8_16s32s_C1R(const Vexo16s* src, Vexo32s srcStep, Vexo32s* variance, Vexo32s* mean) {
     if (src == nullptr || variance == nullptr || mean == nullptr) return vexoStatusNullPointer;
     const Moments m = moments8x8(src, srcStep);
     *variance = varianceFromMean(m);
@@ -820,7 +830,7 @@ VexoStatus vexoVarMean8x8_16s32s_C1R(const Vexo16s* src, Vexo32s srcStep, Vexo32
     return vexoStatusOk;
 }
 
-VexoStatus vexoVarSum8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s* variance, Vexo32s* sum) {
+VEXO_LINE_ALIGNED VexoStatus vexoVarSum8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s* variance, Vexo32s* sum) {
     if (src == nullptr || variance == nullptr || sum == nullptr) return vexoStatusNullPointer;
     const Moments m = moments8x8(src, srcStep);
     *variance = varianceFromSum(m);
@@ -828,7 +838,7 @@ VexoStatus vexoVarSum8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s* 
     return vexoStatusOk;
 }
 
-VexoStatus vexoVarSum8x8_16s32s_C1R(const Vexo16s* src, Vexo32s srcStep, Vexo32s* variance, Vexo32s* sum) {
+VEXO_LINE_ALIGNED VexoStatus vexoVarSum8x8_16s32s_C1R(const Vexo16s* src, Vexo32s srcStep, Vexo32s* variance, Vexo32s* sum) {
     if (src == nullptr || variance == nullptr || sum == nullptr) return vexoStatusNullPointer;
     const Moments m = moments8x8(src, srcStep);
     *variance = varianceFromSum(m);
@@ -836,44 +846,44 @@ VexoStatus vexoVarSum8x8_16s32s_C1R(const Vexo16s* src, Vexo32s srcStep, Vexo32s
     return vexoStatusOk;
 }
 
-VexoStatus vexoVarMeanDiff16x16_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoVarMeanDiff16x16_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                           const Vexo32s* srcSums, Vexo32s* variances, Vexo32s* means,
                                           Vexo32s mcType) {
     return runResidualStatistics(kResidual16x16, src, srcStep, ref, refStep, srcSums, variances, means, mcType);
 }
 
-VexoStatus vexoVarMeanDiff16x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_LINE_ALIGNED VexoStatus vexoVarMeanDiff16x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                          const Vexo32s* srcSums, Vexo32s* variances, Vexo32s* means,
                                          Vexo32s mcType) {
     return runResidualStatistics(kResidual16x8, src, srcStep, ref, refStep, srcSums, variances, means, mcType);
 }
 
-VexoStatus vexoMeanAbsDev8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s* meanAbsDev) {
+VEXO_LINE_ALIGNED VexoStatus vexoMeanAbsDev8x8_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s* meanAbsDev) {
     if (src == nullptr || meanAbsDev == nullptr) return vexoStatusNullPointer;
     *meanAbsDev = meanAbsoluteDeviation<8>(src, srcStep);
     return vexoStatusOk;
 }
 
-VexoStatus vexoMeanAbsDev16x16_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s* meanAbsDev) {
+VEXO_LINE_ALIGNED VexoStatus vexoMeanAbsDev16x16_8u32s_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo32s* meanAbsDev) {
     if (src == nullptr || meanAbsDev == nullptr) return vexoStatusNullPointer;
     *meanAbsDev = meanAbsoluteDeviation<16>(src, srcStep);
     return vexoStatusOk;
 }
 
-VexoStatus vexoCountZeros8x8_16s_C1(const Vexo16s* src, Vexo32u* count) {
+VEXO_LINE_ALIGNED VexoStatus vexoCountZeros8x8_16s_C1(const Vexo16s* src, Vexo32u* count) {
     if (src == nullptr || count == nullptr) return vexoStatusNullPointer;
     *count = countZeros64(src);
     return vexoStatusOk;
 }
 
-VexoStatus vexoEdgesDetect16x16_8u_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo8u edgeThreshold,
+VEXO_LINE_ALIGNED VexoStatus vexoEdgesDetect16x16_8u_C1R(const Vexo8u* src, Vexo32s srcStep, Vexo8u edgeThreshold,
                                        Vexo8u countThreshold, Vexo8u* isEdge) {
     if (src == nullptr || isEdge == nullptr) return vexoStatusNullPointer;
     *isEdge = edgeWalk8u(src, srcStep, edgeThreshold, countThreshold) ? 1 : 0;
     return vexoStatusOk;
 }
 
-VexoStatus vexoEdgesDetect16x16_16u_C1R(const Vexo16u* src, Vexo32s srcStep, Vexo32s edgeThreshold,
+VEXO_LINE_ALIGNED VexoStatus vexoEdgesDetect16x16_16u_C1R(const Vexo16u* src, Vexo32s srcStep, Vexo32s edgeThreshold,
                                         Vexo32s countThreshold, Vexo32u* isEdge) {
     if (src == nullptr || isEdge == nullptr) return vexoStatusNullPointer;
     // 16-bit rows start on even bytes: an odd step is cut down by one.
@@ -882,3 +892,5 @@ VexoStatus vexoEdgesDetect16x16_16u_C1R(const Vexo16u* src, Vexo32s srcStep, Vex
 }
 
 }  // namespace vexo::VEXO_PATH
+
+#undef VEXO_LINE_ALIGNED
