@@ -123,5 +123,6 @@ VexoStatus vexovcGetNumThreads(Vexo32s* numThreads);
 #include "vexovc/mpeg2.h"
 #include "vexovc/vlc.h"
 #include "vexovc/block_sad.h"
+#include "vexovc/block_stats.h"
 
 #endif /* VEXOVC_H */
