@@ -95,11 +95,16 @@ using namespace simd;
 
 // --- How the vector kernels stay exact for any rounding --------------------
 //
-// h = (S + bias - r) >> k, S the sum of the 1, 2 or 4 samples, bias 0, 1, 2
-// and k 0, 1, 2. With q = bias - r, low = q mod 2^k and high = floor(q / 2^k),
+// rounding 0 and 1, all that ordinary use passes, get kernels of their own
+// with the rounding built in: half-sample values as byte averages where one
+// rounding step allows it, 16-bit lanes for the four-sample position.
+//
+// Any other value takes the general kernels. There h = (S + bias - r) >> k,
+// S the sum of the 1, 2 or 4 samples, bias 0, 1, 2 and k 0, 1, 2. With
+// q = bias - r, low = q mod 2^k and high = floor(q / 2^k),
 // h = ((S + low) >> k) + high exactly. The first term is 0..255 and fits
-// 16-bit lanes whatever r is; high is a constant of the call, 0 for
-// rounding 0 and 1, and is added to the residual as an offset below.
+// 16-bit lanes whatever r is; high is a constant of the call, added to the
+// residual as an offset.
 constexpr int shiftOf(int T) { return T == 0 ? 0 : T == 12 ? 2 : 1; }
 constexpr int biasOf(int T) { return T == 0 ? 0 : T == 12 ? 2 : 1; }
 
@@ -125,17 +130,17 @@ inline RoundingSplit splitRounding(Vexo32s r) {
 // true sum goes, so sat(sat(sat(res + o1) + o2) + x) clips like the true sum.
 struct Offset {
     Vexo16s first, second;
-    bool any;
 };
 inline Offset offsetOf(Vexo64s o) {
     const Vexo32s c = Vexo32s(o < -33280 ? -33280 : o > 33280 ? 33280 : o);
     const Vexo32s first = c / 2;
-    return {Vexo16s(first), Vexo16s(c - first), c != 0};
+    return {Vexo16s(first), Vexo16s(c - first)};
 }
 
-// --- 16-bit lane arithmetic -------------------------------------------------
+// --- Lane arithmetic ----------------------------------------------------------
 //
-// A path without 256-bit integers keeps a 16-wide row as two registers.
+// A path without 256-bit integers keeps a 16-wide row of 16-bit lanes as two
+// registers.
 struct Pair {
     __m128i lo, hi;
 };
@@ -154,6 +159,13 @@ inline Pair averageUp(Pair a, Pair b) { return {averageUp(a.lo, b.lo), averageUp
 template <int K>
 inline Pair shiftDown(Pair a) {
     return {shiftDown<K>(a.lo), shiftDown<K>(a.hi)};
+}
+
+// Byte averages, (a + b + 1 - Rnd) >> 1.
+template <int Rnd>
+inline __m128i averageBytes(__m128i a, __m128i b) {
+    if constexpr (Rnd == 0) return avgUp(a, b);
+    else return avgDown(a, b);
 }
 
 #if VEXO_LEVEL >= VEXO_LEVEL_H9
@@ -184,6 +196,15 @@ template <int K>
 inline RowPair shiftDown(RowPair a) {
     return {shiftDown<K>(a.first), shiftDown<K>(a.second)};
 }
+
+// The bytes of two 16-wide rows.
+struct BytePair {
+    __m128i first, second;
+};
+template <int Rnd>
+inline BytePair averageBytes(BytePair a, BytePair b) {
+    return {averageBytes<Rnd>(a.first, b.first), averageBytes<Rnd>(a.second, b.second)};
+}
 #endif
 
 // Eight samples widened to 16-bit lanes.
@@ -202,10 +223,12 @@ inline __m128i load2(const void* p) {
 
 // --- Row shapes ---------------------------------------------------------------
 //
-// Lanes<W> says how W bytes of a row become 16-bit lanes: `Row` holds one row,
-// `V` holds `rows` rows (narrow blocks pack two rows in a register), `join`
-// makes a V of two consecutive Rows. Loads never go past the W bytes (plus the
-// neighbour the caller adds to the address), stores write exactly W bytes.
+// Lanes<W> says how W bytes of a row are held. A unit is `rows` rows (narrow
+// blocks pack two rows in a register). In bytes: `rowBytes` loads one row,
+// `joinBytes` makes a unit of two, `widen` turns a unit into 16-bit lanes V.
+// In 16-bit lanes: `row` loads and widens one row, `join` makes a unit of two.
+// Loads never go past the W bytes (plus the neighbour the caller adds to the
+// address); stores write exactly W bytes a row.
 template <int W>
 struct Lanes;
 
@@ -214,11 +237,15 @@ template <>
 struct Lanes<16> {
     using V = RowPair;
     using Row = __m256i;
+    using Bytes = BytePair;
     static constexpr int rows = 2;
     static V splat(Vexo16s v) {
         const __m256i s = _mm256_set1_epi16(v);
         return {s, s};
     }
+    static __m128i rowBytes(const Vexo8u* p) { return load16(p); }
+    static Bytes joinBytes(__m128i a, __m128i b) { return {a, b}; }
+    static V widen(Bytes b) { return {_mm256_cvtepu8_epi16(b.first), _mm256_cvtepu8_epi16(b.second)}; }
     static Row row(const Vexo8u* p) { return _mm256_cvtepu8_epi16(load16(p)); }
     static V join(Row a, Row b) { return {a, b}; }
     template <bool TwoPlanes>
@@ -251,8 +278,12 @@ template <>
 struct Lanes<8> {
     using V = __m256i;
     using Row = __m128i;
+    using Bytes = __m128i;
     static constexpr int rows = 2;
     static V splat(Vexo16s v) { return _mm256_set1_epi16(v); }
+    static __m128i rowBytes(const Vexo8u* p) { return load8(p); }
+    static Bytes joinBytes(__m128i a, __m128i b) { return _mm_unpacklo_epi64(a, b); }
+    static V widen(Bytes b) { return _mm256_cvtepu8_epi16(b); }
     static Row row(const Vexo8u* p) { return widen8(p); }
     static V join(Row a, Row b) { return joinHalves(a, b); }
     template <bool TwoPlanes>
@@ -271,17 +302,19 @@ template <>
 struct Lanes<16> {
     using V = Pair;
     using Row = Pair;
+    using Bytes = __m128i;
     static constexpr int rows = 1;
     static V splat(Vexo16s v) {
         const __m128i s = _mm_set1_epi16(v);
         return {s, s};
     }
+    static __m128i rowBytes(const Vexo8u* p) { return load16(p); }
+    static V widen(Bytes b) { return {widenLow(b), widenHigh(b)}; }
     static Row row(const Vexo8u* p) {
 #if VEXO_LEVEL >= VEXO_LEVEL_P8
         return {widen8(p), widen8(p + 8)};
 #else
-        const __m128i x = load16(p);
-        return {widenLow(x), widenHigh(x)};
+        return widen(load16(p));
 #endif
     }
     template <bool TwoPlanes>
@@ -299,8 +332,11 @@ template <>
 struct Lanes<8> {
     using V = __m128i;
     using Row = __m128i;
+    using Bytes = __m128i;
     static constexpr int rows = 1;
     static V splat(Vexo16s v) { return _mm_set1_epi16(v); }
+    static __m128i rowBytes(const Vexo8u* p) { return load8(p); }
+    static V widen(Bytes b) { return widenLow(b); }
     static Row row(const Vexo8u* p) { return widen8(p); }
     template <bool TwoPlanes>
     static V residual(const Vexo16s* r0, const Vexo16s*, Vexo32s) {
@@ -315,8 +351,12 @@ template <>
 struct Lanes<4> {
     using V = __m128i;
     using Row = __m128i;
+    using Bytes = __m128i;
     static constexpr int rows = 2;
     static V splat(Vexo16s v) { return _mm_set1_epi16(v); }
+    static __m128i rowBytes(const Vexo8u* p) { return load4(p); }
+    static Bytes joinBytes(__m128i a, __m128i b) { return _mm_unpacklo_epi32(a, b); }
+    static V widen(Bytes b) { return widenLow(b); }
     static Row row(const Vexo8u* p) { return widenLow(load4(p)); }
     static V join(Row a, Row b) { return _mm_unpacklo_epi64(a, b); }
     template <bool TwoPlanes>
@@ -335,8 +375,12 @@ template <>
 struct Lanes<2> {
     using V = __m128i;
     using Row = __m128i;
+    using Bytes = __m128i;
     static constexpr int rows = 2;
     static V splat(Vexo16s v) { return _mm_set1_epi16(v); }
+    static __m128i rowBytes(const Vexo8u* p) { return load2(p); }
+    static Bytes joinBytes(__m128i a, __m128i b) { return _mm_unpacklo_epi16(a, b); }
+    static V widen(Bytes b) { return widenLow(b); }
     static Row row(const Vexo8u* p) { return widenLow(load2(p)); }
     static V join(Row a, Row b) { return _mm_unpacklo_epi32(a, b); }
     template <bool TwoPlanes>
@@ -352,18 +396,23 @@ struct Lanes<2> {
     }
 };
 
-// --- The prediction, unit by unit -------------------------------------------
+// --- Predictions, unit by unit ------------------------------------------------
 //
-// Gives (S + bias) >> k for the next `rows` rows on each call. A vertical
-// position keeps the last row's term, so every row is loaded once.
+// next() gives the prediction of the next `rows` rows. A vertical position
+// keeps the last row it loaded, so every row is loaded once.
+
+// In 16-bit lanes: (S + bias) >> k, for any bias.
 template <int W, int N, int T>
-class Predictor {
+class LanePredictor {
     using L = Lanes<W>;
     using V = typename L::V;
     using Row = typename L::Row;
 
 public:
-    Predictor(const Vexo8u* p, Vexo32s step, Vexo32s bias) : p_(p), step_(step), bias_(L::splat(Vexo16s(bias))) {
+    static constexpr bool kBytes = false;
+
+    LanePredictor(const Vexo8u* p, Vexo32s step, Vexo32s bias)
+        : p_(p), step_(step), bias_(L::splat(Vexo16s(bias))) {
         if constexpr (T == 4 || T == 12) above_ = term(p_);
     }
 
@@ -400,6 +449,68 @@ private:
     Row above_{};
 };
 
+// In bytes, for rounding Rnd: the sample, or the average (a + x + 1 - Rnd) >> 1
+// with x the right or lower neighbour. Half the work of 16-bit lanes.
+template <int W, int N, int T, int Rnd>
+class BytePredictor {
+    using L = Lanes<W>;
+    using B = typename L::Bytes;
+
+public:
+    static constexpr bool kBytes = true;
+
+    BytePredictor(const Vexo8u* p, Vexo32s step, Vexo32s) : p_(p), step_(step) {
+        if constexpr (T == 4) above_ = L::rowBytes(p_);
+    }
+
+    B next() {
+        B v;
+        if constexpr (T == 0) {
+            v = unitAt(p_);
+        } else if constexpr (T == 8) {
+            v = averageBytes<Rnd>(unitAt(p_), unitAt(p_ + N));
+        } else if constexpr (L::rows == 1) {
+            const __m128i below = L::rowBytes(p_ + step_);
+            v = averageBytes<Rnd>(above_, below);
+            above_ = below;
+        } else {
+            const __m128i r1 = L::rowBytes(p_ + step_), r2 = L::rowBytes(p_ + 2 * std::ptrdiff_t(step_));
+            v = averageBytes<Rnd>(L::joinBytes(above_, r1), L::joinBytes(r1, r2));
+            above_ = r2;
+        }
+        p_ += L::rows * std::ptrdiff_t(step_);
+        return v;
+    }
+
+private:
+    B unitAt(const Vexo8u* p) const {
+        if constexpr (L::rows == 1) return L::rowBytes(p);
+        else return L::joinBytes(L::rowBytes(p), L::rowBytes(p + step_));
+    }
+
+    const Vexo8u* p_;
+    Vexo32s step_;
+    __m128i above_{};
+};
+
+// The kernels for rounding 0 and 1: bytes wherever a position rounds once.
+template <bool UseLanes, class A, class B>
+struct Choose {
+    using Type = A;
+};
+template <class A, class B>
+struct Choose<true, A, B> {
+    using Type = B;
+};
+template <int W, int N, int T, int Rnd>
+using FixedPredictor = typename Choose<T == 12, BytePredictor<W, N, T, Rnd>, LanePredictor<W, N, T>>::Type;
+
+template <int W, class P>
+inline typename Lanes<W>::V lanesOf(P& p) {
+    if constexpr (P::kBytes) return Lanes<W>::widen(p.next());
+    else return p.next();
+}
+
 // Walks the residual rows unit by unit. Kept in locals: the stores to dst
 // may alias anything, so fields read through a reference would be reloaded.
 template <int W, bool TwoPlanes>
@@ -421,41 +532,72 @@ private:
     Vexo32s step_;
 };
 
-// clip(x + residual + offset): the unsigned pack of the saturated sum is the
-// clip, since saturation never changes which side of 0..255 a sum lies on.
-template <int W, bool WithOffset>
-inline void finishUnit(typename Lanes<W>::V x, typename Lanes<W>::V res, typename Lanes<W>::V offset1,
-                       typename Lanes<W>::V offset2, Vexo8u* d, Vexo32s dstStep) {
-    if constexpr (WithOffset) res = addSaturated(addSaturated(res, offset1), offset2);
-    Lanes<W>::store(d, dstStep, addSaturated(res, x));
+// clip(x + residual): the unsigned pack of the saturated sum is the clip,
+// since saturation never changes which side of 0..255 a sum lies on.
+template <int W, bool TwoPlanes, class NextX>
+__attribute__((always_inline)) inline void storeRows(const Residual& res, Vexo8u* dst, Vexo32s dstStep, int rows,
+                                                     NextX nextX) {
+    using L = Lanes<W>;
+    ResidualRows<W, TwoPlanes> residual(res);
+#pragma GCC unroll 2
+    for (int y = 0; y < rows; y += L::rows) {
+        L::store(dst, dstStep, addSaturated(residual.next(), nextX()));
+        dst += L::rows * std::ptrdiff_t(dstStep);
+    }
 }
 
-template <int W, int N, bool TwoPlanes, int H, int T, bool WithOffset>
-__attribute__((always_inline)) inline void oneRefRows(const Vexo8u* ref, Vexo32s refStep, const Residual& res,
-                                                      Vexo8u* dst, Vexo32s dstStep, Vexo32s bias, Offset o,
-                                                      int height) {
+// The general kernels' form: the offset goes into the residual first.
+template <int W, bool TwoPlanes, class NextX>
+__attribute__((always_inline)) inline void storeRowsWithOffset(const Residual& res, Vexo8u* dst, Vexo32s dstStep,
+                                                               int rows, Offset o, NextX nextX) {
     using L = Lanes<W>;
-    const int rows = H != 0 ? H : height;
-    Predictor<W, N, T> pred(ref, refStep, bias);
     ResidualRows<W, TwoPlanes> residual(res);
     const typename L::V o1 = L::splat(o.first), o2 = L::splat(o.second);
     for (int y = 0; y < rows; y += L::rows) {
-        const typename L::V x = pred.next();
-        finishUnit<W, WithOffset>(x, residual.next(), o1, o2, dst, dstStep);
+        const typename L::V r = addSaturated(addSaturated(residual.next(), o1), o2);
+        L::store(dst, dstStep, addSaturated(r, nextX()));
         dst += L::rows * std::ptrdiff_t(dstStep);
     }
+}
+
+template <int W, int N, bool TwoPlanes, int T, int Rnd>
+__attribute__((always_inline)) inline void oneRefFixed(const Vexo8u* ref, Vexo32s refStep, const Residual& res,
+                                                       Vexo8u* dst, Vexo32s dstStep, int rows) {
+    FixedPredictor<W, N, T, Rnd> pred(ref, refStep, biasOf(T) - Rnd);
+    storeRows<W, TwoPlanes>(res, dst, dstStep, rows, [&] { return lanesOf<W>(pred); });
 }
 
 template <int W, int N, bool TwoPlanes, int H, int T>
 void oneRef(const Vexo8u* ref, Vexo32s refStep, const Residual& res, Vexo8u* dst, Vexo32s dstStep,
             Vexo32s rounding, int height) {
-    const RoundingSplit s = splitRounding<T>(rounding);
-    const Offset o = offsetOf(s.high);
-    if (o.any) oneRefRows<W, N, TwoPlanes, H, T, true>(ref, refStep, res, dst, dstStep, s.low, o, height);
-    else oneRefRows<W, N, TwoPlanes, H, T, false>(ref, refStep, res, dst, dstStep, s.low, o, height);
+    const int rows = H != 0 ? H : height;
+    if (T == 0 || rounding == 0) {
+        oneRefFixed<W, N, TwoPlanes, T, 0>(ref, refStep, res, dst, dstStep, rows);
+    } else if (rounding == 1) {
+        oneRefFixed<W, N, TwoPlanes, T, 1>(ref, refStep, res, dst, dstStep, rows);
+    } else {
+        const RoundingSplit s = splitRounding<T>(rounding);
+        LanePredictor<W, N, T> pred(ref, refStep, s.low);
+        storeRowsWithOffset<W, TwoPlanes>(res, dst, dstStep, rows, offsetOf(s.high), [&] { return pred.next(); });
+    }
 }
 
-// Two references: with hi = high1 + high2 = 2 * half + odd,
+template <int W, int N, bool TwoPlanes, int T1, int T2, int Rnd>
+__attribute__((always_inline)) inline void twoRefFixed(const Vexo8u* ref1, Vexo32s ref1Step, const Vexo8u* ref2,
+                                                       Vexo32s ref2Step, const Residual& res, Vexo8u* dst,
+                                                       Vexo32s dstStep, int rows) {
+    FixedPredictor<W, N, T1, Rnd> pred1(ref1, ref1Step, biasOf(T1) - Rnd);
+    FixedPredictor<W, N, T2, Rnd> pred2(ref2, ref2Step, biasOf(T2) - Rnd);
+    storeRows<W, TwoPlanes>(res, dst, dstStep, rows, [&] {
+        // (h1 + h2 + 2 res + 1) >> 1 = ((h1 + h2 + 1) >> 1) + res.
+        if constexpr (decltype(pred1)::kBytes && decltype(pred2)::kBytes)
+            return Lanes<W>::widen(averageBytes<0>(pred1.next(), pred2.next()));
+        else
+            return averageUp(lanesOf<W>(pred1), lanesOf<W>(pred2));
+    });
+}
+
+// Two references with any rounding: with hi = high1 + high2 = 2 * half + odd,
 // (h1 + h2 + 2 res + 1) >> 1 = ((B1 + B2 + odd + 1) >> 1) + res + half, B the
 // 0..255 lane terms. The odd unit goes into the bias of a reference that
 // shifts (adding 2^k to its bias adds 1 to its B); both full-sample means
@@ -476,33 +618,21 @@ inline TwoRefBiases twoRefBiases(Vexo32s rounding) {
     return b;
 }
 
-template <int W, int N, bool TwoPlanes, int H, int T1, int T2, bool WithOffset>
-__attribute__((always_inline)) inline void twoRefRows(const Vexo8u* ref1, Vexo32s ref1Step, const Vexo8u* ref2,
-                                                      Vexo32s ref2Step, const Residual& res, Vexo8u* dst,
-                                                      Vexo32s dstStep, const TwoRefBiases& b, Offset o, int height) {
-    using L = Lanes<W>;
-    const int rows = H != 0 ? H : height;
-    Predictor<W, N, T1> pred1(ref1, ref1Step, b.bias1);
-    Predictor<W, N, T2> pred2(ref2, ref2Step, b.bias2);
-    ResidualRows<W, TwoPlanes> residual(res);
-    const typename L::V o1 = L::splat(o.first), o2 = L::splat(o.second);
-    for (int y = 0; y < rows; y += L::rows) {
-        const typename L::V x = averageUp(pred1.next(), pred2.next());
-        finishUnit<W, WithOffset>(x, residual.next(), o1, o2, dst, dstStep);
-        dst += L::rows * std::ptrdiff_t(dstStep);
-    }
-}
-
 template <int W, int N, bool TwoPlanes, int H, int T1, int T2>
 void twoRef(const Vexo8u* ref1, Vexo32s ref1Step, const Vexo8u* ref2, Vexo32s ref2Step, const Residual& res,
             Vexo8u* dst, Vexo32s dstStep, Vexo32s rounding, int height) {
-    const TwoRefBiases b = twoRefBiases<T1, T2>(rounding);
-    const Offset o = offsetOf(b.offset);
-    if (o.any)
-        twoRefRows<W, N, TwoPlanes, H, T1, T2, true>(ref1, ref1Step, ref2, ref2Step, res, dst, dstStep, b, o, height);
-    else
-        twoRefRows<W, N, TwoPlanes, H, T1, T2, false>(ref1, ref1Step, ref2, ref2Step, res, dst, dstStep, b, o,
-                                                       height);
+    const int rows = H != 0 ? H : height;
+    if ((T1 == 0 && T2 == 0) || rounding == 0) {
+        twoRefFixed<W, N, TwoPlanes, T1, T2, 0>(ref1, ref1Step, ref2, ref2Step, res, dst, dstStep, rows);
+    } else if (rounding == 1) {
+        twoRefFixed<W, N, TwoPlanes, T1, T2, 1>(ref1, ref1Step, ref2, ref2Step, res, dst, dstStep, rows);
+    } else {
+        const TwoRefBiases b = twoRefBiases<T1, T2>(rounding);
+        LanePredictor<W, N, T1> pred1(ref1, ref1Step, b.bias1);
+        LanePredictor<W, N, T2> pred2(ref2, ref2Step, b.bias2);
+        storeRowsWithOffset<W, TwoPlanes>(res, dst, dstStep, rows, offsetOf(b.offset),
+                                          [&] { return averageUp(pred1.next(), pred2.next()); });
+    }
 }
 
 #endif  // vector paths
