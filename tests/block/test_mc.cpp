@@ -106,7 +106,10 @@ protected:
     }
     int residual(const Form& f, int x, int y) const {
         if (!f.twoPlanes) return res0[y * kResStride + x];
-        return ((x & 1) ? res1 : res0)[y * kResStride + x / 2];
+        // Through a pointer: GCC 12 with -fsanitize=undefined miscompiles
+        // indexing a conditional of two arrays, (c ? a : b)[i].
+        const Vexo16s* plane = (x & 1) ? res1 : res0;
+        return plane[y * kResStride + x / 2];
     }
     // h as the interface writes it, in 64 bits so that the model itself
     // cannot overflow.
