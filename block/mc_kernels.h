@@ -96,8 +96,7 @@ using namespace simd;
 // --- How the vector kernels stay exact for any rounding --------------------
 //
 // rounding 0 and 1, all that ordinary use passes, get kernels of their own
-// with the rounding built in: half-sample values as byte averages where one
-// rounding step allows it, 16-bit lanes for the four-sample position.
+// with the rounding built in, working in bytes (see BytePredictor).
 //
 // Any other value takes the general kernels. There h = (S + bias - r) >> k,
 // S the sum of the 1, 2 or 4 samples, bias 0, 1, 2 and k 0, 1, 2. With
@@ -558,7 +557,8 @@ struct Choose<true, A, B> {
     using Type = B;
 };
 template <int W, int N, int T, int Rnd>
-using FixedPredictor = typename Choose<T == 12 && kPathLevel >= VEXO_LEVEL_H9, BytePredictor<W, N, T, Rnd>, LanePredictor<W, N, T>>::Type;
+using FixedPredictor =
+    typename Choose<T == 12 && kPathLevel >= VEXO_LEVEL_H9, BytePredictor<W, N, T, Rnd>, LanePredictor<W, N, T>>::Type;
 
 template <int W, class P>
 inline typename Lanes<W>::V lanesOf(P& p) {
