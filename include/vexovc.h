@@ -124,5 +124,6 @@ VexoStatus vexovcGetNumThreads(Vexo32s* numThreads);
 #include "vexovc/vlc.h"
 #include "vexovc/block_sad.h"
 #include "vexovc/block_stats.h"
+#include "vexovc/block_mc.h"
 
 #endif /* VEXOVC_H */
