@@ -120,5 +120,6 @@ VexoStatus vexovcGetNumThreads(Vexo32s* numThreads);
 #endif
 
 #include "vexovc/block_copy.h"
+#include "vexovc/block_residual.h"
 
 #endif /* VEXOVC_H */
