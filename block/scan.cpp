@@ -26,10 +26,18 @@ constexpr Vexo8u kAlternateHorizontal[64] = {0,  1,  2,  3,  8,  9,  16, 17, 10,
 // interface, not a tuning knob.
 constexpr Vexo32s kSparseBelow = 20;
 
-#if VEXO_LEVEL <= VEXO_LEVEL_W7
-// The two walks as the interface states them: copy non-zero values until
-// the count-th, and place the values up to the last index.
-void sparseForward(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero, const Vexo8u* scan) {
+#if VEXO_LEVEL == VEXO_LEVEL_PX
+
+inline const Vexo8u* scanTable(Vexo32s scanType) {
+    return scanType == 1 ? kAlternateVertical : scanType == 2 ? kAlternateHorizontal : kZigzag;
+}
+
+void scanForward(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero, Vexo32s scanType) {
+    const Vexo8u* scan = scanTable(scanType);
+    if (countNonZero >= kSparseBelow) {
+        for (int i = 0; i < 64; ++i) dst[i] = src[scan[i]];
+        return;
+    }
     std::memset(dst, 0, 64 * sizeof(Vexo16s));
     Vexo32s seen = 0;
     for (int i = 0; i < 64; ++i) {
@@ -40,133 +48,118 @@ void sparseForward(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero, const
     }
 }
 
-void placeUpToLast(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, const Vexo8u* scan) {
+void scanInverse(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, Vexo32s scanType) {
+    const Vexo8u* scan = scanTable(scanType);
     std::memset(dst, 0, 64 * sizeof(Vexo16s));
     dst[0] = src[0];
     for (int i = 1; i <= lastIndex; ++i) dst[scan[i]] = src[i];
-}
-#endif
-
-#if VEXO_LEVEL == VEXO_LEVEL_PX
-
-inline const Vexo8u* scanTable(Vexo32s scanType) {
-    return scanType == 1 ? kAlternateVertical : scanType == 2 ? kAlternateHorizontal : kZigzag;
-}
-
-void scanForward(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero, Vexo32s scanType) {
-    const Vexo8u* scan = scanTable(scanType);
-    if (countNonZero < kSparseBelow) return sparseForward(src, dst, countNonZero, scan);
-    for (int i = 0; i < 64; ++i) dst[i] = src[scan[i]];
-}
-
-void scanInverse(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, Vexo32s scanType) {
-    placeUpToLast(src, dst, lastIndex, scanTable(scanType));
 }
 
 #else
 using namespace simd;
 
-struct Block64 {
-    __m128i v[8];
-};
-
-inline void storeBlock(Vexo16s* dst, const Block64& b) {
-    for (int j = 0; j < 8; ++j) store16(dst + 8 * j, b.v[j]);
-}
-
-alignas(16) constexpr Vexo16s kPlaceNumbers[64] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12,
-                                                   13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25,
-                                                   26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38,
-                                                   39, 40, 41, 42, 43, 44, 45, 46, 47, 48, 49, 50, 51,
-                                                   52, 53, 54, 55, 56, 57, 58, 59, 60, 61, 62, 63};
-
-// Keeps the outputs whose place number is at most `last`, clears the rest.
-inline void keepUpTo(Block64& b, int last, const Vexo16s* placeNumbers) {
-    const __m128i bound = _mm_set1_epi16(Vexo16s(last + 1));
-    for (int j = 0; j < 8; ++j) {
-        const __m128i place = _mm_load_si128(reinterpret_cast<const __m128i*>(placeNumbers + 8 * j));
-        b.v[j] = _mm_and_si128(b.v[j], _mm_cmplt_epi16(place, bound));
+// Clears vectors first..7 of a block. Written out store by store: as a loop
+// the compiler turns it into a memset, which becomes rep stos, slow to start
+// for at most 128 bytes (it was most of the cost of a short scan).
+inline void zeroVectorsFrom(Vexo16s* dst, int first) {
+    const __m128i z = _mm_setzero_si128();
+    switch (first) {
+        case 0: store16(dst, z); [[fallthrough]];
+        case 1: store16(dst + 8, z); [[fallthrough]];
+        case 2: store16(dst + 16, z); [[fallthrough]];
+        case 3: store16(dst + 24, z); [[fallthrough]];
+        case 4: store16(dst + 32, z); [[fallthrough]];
+        case 5: store16(dst + 40, z); [[fallthrough]];
+        case 6: store16(dst + 48, z); [[fallthrough]];
+        case 7: store16(dst + 56, z); [[fallthrough]];
+        default: break;
     }
 }
 
-constexpr void invert(const Vexo8u (&scan)[64], Vexo8u (&from)[64]) {
-    for (int i = 0; i < 64; ++i) from[scan[i]] = Vexo8u(i);
+// The sparse forward scan starts with the first eight scan places one by
+// one: most coded blocks have few coefficients, early in the scan, and
+// there the branches predict well. Returns how many non-zero values are
+// still to be found; 0 means dst is complete.
+template <const auto& P, int Places = 8>
+inline Vexo32s walkFirstPlaces(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero) {
+    zeroVectorsFrom(dst, 0);
+    if (Places > 8) zeroVectorsFrom(dst, 1);
+#pragma GCC unroll 16
+    for (int i = 0; i < Places; ++i) {
+        const Vexo16s v = src[P.from[i]];
+        if (v == 0) continue;
+        dst[i] = v;
+        if (--countNonZero == 0) {
+            zeroVectorsFrom(dst, Places / 8);
+            return 0;
+        }
+    }
+    return countNonZero;
+}
+
+// The inverse scan value by value: a short one touches few values.
+inline void placeUpToLast(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, const Vexo8u* scan) {
+    zeroVectorsFrom(dst, 0);
+    dst[0] = src[0];
+    for (int i = 1; i <= lastIndex; ++i) dst[scan[i]] = src[i];
 }
 
 #if VEXO_LEVEL == VEXO_LEVEL_W7
 
-// Without byte shuffles: each output vector is assembled from 16-bit loads
-// at offsets fixed at compile time.
+// Without byte shuffles, assembling vectors from single values costs more
+// than moving the values: the forward scan moves them at offsets fixed at
+// compile time, the inverse scan places them one by one.
 struct Permutation {
     Vexo8u from[64];
-    alignas(16) Vexo16s place[64];
 };
 constexpr Permutation forwardOf(const Vexo8u (&scan)[64]) {
     Permutation p{};
     for (int i = 0; i < 64; ++i) p.from[i] = scan[i];
     return p;
 }
-constexpr Permutation inverseOf(const Vexo8u (&scan)[64]) {
-    Permutation p{};
-    invert(scan, p.from);
-    for (int i = 0; i < 64; ++i) p.place[i] = Vexo16s(p.from[i]);
-    return p;
-}
 constexpr Permutation kForwardZigzag = forwardOf(kZigzag);
 constexpr Permutation kForwardVertical = forwardOf(kAlternateVertical);
 constexpr Permutation kForwardHorizontal = forwardOf(kAlternateHorizontal);
-constexpr Permutation kInverseZigzag = inverseOf(kZigzag);
-constexpr Permutation kInverseVertical = inverseOf(kAlternateVertical);
-constexpr Permutation kInverseHorizontal = inverseOf(kAlternateHorizontal);
 
-template <const Permutation& P>
-inline Block64 permute(const Vexo16s* src) {
-    Block64 out;
-#pragma GCC unroll 8
-    for (int j = 0; j < 8; ++j) {
-        const Vexo8u* f = P.from + 8 * j;
-        out.v[j] = _mm_setr_epi16(src[f[0]], src[f[1]], src[f[2]], src[f[3]], src[f[4]], src[f[5]], src[f[6]],
-                                  src[f[7]]);
-    }
-    return out;
-}
-
-// A short inverse scan touches few values: the plain loop beats assembling
-// all 64.
-constexpr Vexo32s kGatherFrom = 24;
-
-template <const Permutation& P>
-void scanInverseWith(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, const Vexo8u* scan) {
-    if (lastIndex < kGatherFrom) return placeUpToLast(src, dst, lastIndex, scan);
-    Block64 b = permute<P>(src);
-    if (lastIndex < 63) keepUpTo(b, lastIndex, P.place);
-    storeBlock(dst, b);
-}
-
-// Forward, whole: scalar moves at constant offsets beat assembling vectors
-// here. Sparse: the early-exit walk, which stops at the count-th non-zero.
 template <const Permutation& P>
 void scanForwardWith(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero) {
-    if (countNonZero < kSparseBelow) return sparseForward(src, dst, countNonZero, P.from);
+    if (countNonZero >= kSparseBelow) {
 #pragma GCC unroll 64
-    for (int i = 0; i < 64; ++i) dst[i] = src[P.from[i]];
+        for (int i = 0; i < 64; ++i) dst[i] = src[P.from[i]];
+        return;
+    }
+    Vexo32s remaining = walkFirstPlaces<P>(src, dst, countNonZero);
+    if (remaining == 0) return;
+    for (int i = 8; i < 64; ++i) {
+        const Vexo16s v = src[P.from[i]];
+        if (v == 0) continue;
+        dst[i] = v;
+        if (--remaining == 0) break;
+    }
+}
+
+void scanInverse(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, Vexo32s scanType) {
+    placeUpToLast(src, dst, lastIndex,
+                  scanType == 1 ? kAlternateVertical : scanType == 2 ? kAlternateHorizontal : kZigzag);
 }
 
 #else  // SSSE3 and up
 
 // A permutation of 64 16-bit values as byte shuffles: output vector j (values
 // 8j to 8j + 7) is the OR of a shuffle of each source vector (row) that holds
-// one of its values. Built at compile time from a table of source places.
+// one of its values. Built at compile time from the table of source places.
 struct Permutation {
+    Vexo8u from[64];
     bool used[8][8];  // [output vector][source row]
     alignas(16) Vexo8u mask[8][8][16];
-    alignas(16) Vexo16s place[64];  // the source place of each output, for masking
+    alignas(16) Vexo16s place[64];  // from[], widened for comparing in lanes
 };
 
 constexpr Permutation shufflesFrom(const Vexo8u (&from)[64]) {
     Permutation plan{};
     for (int i = 0; i < 64; ++i) {
         const int j = i / 8, lane = i % 8, row = from[i] / 8, column = from[i] % 8;
+        plan.from[i] = from[i];
         plan.place[i] = Vexo16s(from[i]);
         if (!plan.used[j][row]) {
             plan.used[j][row] = true;
@@ -177,86 +170,108 @@ constexpr Permutation shufflesFrom(const Vexo8u (&from)[64]) {
     }
     return plan;
 }
-constexpr Permutation forwardOf(const Vexo8u (&scan)[64]) { return shufflesFrom(scan); }
 constexpr Permutation inverseOf(const Vexo8u (&scan)[64]) {
     Vexo8u from[64] = {};
-    invert(scan, from);
+    for (int i = 0; i < 64; ++i) from[scan[i]] = Vexo8u(i);
     return shufflesFrom(from);
 }
-constexpr Permutation kForwardZigzag = forwardOf(kZigzag);
-constexpr Permutation kForwardVertical = forwardOf(kAlternateVertical);
-constexpr Permutation kForwardHorizontal = forwardOf(kAlternateHorizontal);
+// Forward: output i is source scan[i]. Inverse: output scan[i] is source i.
+constexpr Permutation kForwardZigzag = shufflesFrom(kZigzag);
+constexpr Permutation kForwardVertical = shufflesFrom(kAlternateVertical);
+constexpr Permutation kForwardHorizontal = shufflesFrom(kAlternateHorizontal);
 constexpr Permutation kInverseZigzag = inverseOf(kZigzag);
 constexpr Permutation kInverseVertical = inverseOf(kAlternateVertical);
 constexpr Permutation kInverseHorizontal = inverseOf(kAlternateHorizontal);
+
+// Measured on all three tables: below this last index the value-by-value
+// inverse scan beats the shuffles.
+constexpr Vexo32s kShortInverseBelow = 24;
 
 inline __m128i shuffleRow(__m128i row, const Vexo8u (&mask)[16]) {
     return _mm_shuffle_epi8(row, _mm_load_si128(reinterpret_cast<const __m128i*>(mask)));
 }
 
-// Unrolled on a plan known at compile time: the unused shuffles vanish and
-// the masks are constants. Output by output, each an independent chain.
+// All loops unroll on a plan known at compile time: the unused shuffles
+// vanish and the masks are constants.
 template <const Permutation& P>
-inline Block64 permute(const Vexo16s* src) {
+inline __m128i permuteOne(const __m128i (&rows)[8], int j) {
+    __m128i acc = _mm_setzero_si128();
+#pragma GCC unroll 8
+    for (int r = 0; r < 8; ++r)
+        if (P.used[j][r]) acc = _mm_or_si128(acc, shuffleRow(rows[r], P.mask[j][r]));
+    return acc;
+}
+
+template <const Permutation& P>
+void scanForwardWhole(const Vexo16s* src, Vexo16s* dst) {
     __m128i rows[8];
 #pragma GCC unroll 8
     for (int r = 0; r < 8; ++r) rows[r] = load16(src + 8 * r);
-    Block64 out;
 #pragma GCC unroll 8
-    for (int j = 0; j < 8; ++j) {
-        __m128i acc = _mm_setzero_si128();
+    for (int j = 0; j < 8; ++j) store16(dst + 8 * j, permuteOne<P>(rows, j));
+}
+
+// Past the first eight places, output vector by output vector in scan
+// order: the count-th non-zero value ends the walk, and what follows it is
+// zero. Rows are read where they are needed, so an early end reads few.
+template <const Permutation& P>
+void scanForwardSparse(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero) {
+    Vexo32s remaining = walkFirstPlaces<P, 16>(src, dst, countNonZero);
+    if (remaining == 0) return;
+    const __m128i zero = _mm_setzero_si128();
+#pragma GCC unroll 8
+    for (int j = 2; j < 8; ++j) {
+        __m128i v = _mm_setzero_si128();
 #pragma GCC unroll 8
         for (int r = 0; r < 8; ++r)
-            if (P.used[j][r]) acc = _mm_or_si128(acc, shuffleRow(rows[r], P.mask[j][r]));
-        out.v[j] = acc;
+            if (P.used[j][r]) v = _mm_or_si128(v, shuffleRow(load16(src + 8 * r), P.mask[j][r]));
+        const __m128i isZero = _mm_cmpeq_epi16(v, zero);
+        unsigned nonZero = ~unsigned(_mm_movemask_epi8(_mm_packs_epi16(isZero, isZero))) & 0xFF;
+        for (; remaining > 1 && nonZero != 0; --remaining) nonZero &= nonZero - 1;
+        if (nonZero != 0) {
+            // The lowest bit left is the count-th non-zero value.
+            const __m128i lanes = _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7);
+            const __m128i bound = _mm_set1_epi16(Vexo16s(__builtin_ctz(nonZero) + 1));
+            store16(dst + 8 * j, _mm_and_si128(v, _mm_cmplt_epi16(lanes, bound)));
+            zeroVectorsFrom(dst, j + 1);
+            return;
+        }
+        store16(dst + 8 * j, v);
     }
-    return out;
-}
-
-// The same, source row by source row, leaving out the rows from `rows` on:
-// the inverse scan knows they are not wanted.
-template <const Permutation& P>
-inline Block64 permuteFirstRows(const Vexo16s* src, int rows) {
-    Block64 out;
-    for (__m128i& v : out.v) v = _mm_setzero_si128();
-#pragma GCC unroll 8
-    for (int r = 0; r < 8; ++r) {
-        if (r >= rows) break;
-        const __m128i row = load16(src + 8 * r);
-#pragma GCC unroll 8
-        for (int j = 0; j < 8; ++j)
-            if (P.used[j][r]) out.v[j] = _mm_or_si128(out.v[j], shuffleRow(row, P.mask[j][r]));
-    }
-    return out;
-}
-
-template <const Permutation& P>
-void scanInverseWith(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, const Vexo8u*) {
-    Block64 b = permuteFirstRows<P>(src, lastIndex / 8 + 1);
-    if (lastIndex < 63) keepUpTo(b, lastIndex, P.place);
-    storeBlock(dst, b);
-}
-
-// Copying only the first count non-zero values of the scanned block is the
-// whole permutation cut after the count-th non-zero value (the zeros before
-// it are zeros either way).
-inline void cutAfterCount(Block64& b, Vexo32s countNonZero) {
-    std::uint64_t nonZero = 0;
-    const __m128i zero = _mm_setzero_si128();
-    for (int j = 0; j < 8; j += 2) {
-        const __m128i isZero = _mm_packs_epi16(_mm_cmpeq_epi16(b.v[j], zero), _mm_cmpeq_epi16(b.v[j + 1], zero));
-        nonZero |= std::uint64_t(~_mm_movemask_epi8(isZero) & 0xFFFF) << (8 * j);
-    }
-    // Drop the lowest count - 1 non-zero places; the next one is the last kept.
-    for (Vexo32s i = 1; i < countNonZero && nonZero != 0; ++i) nonZero &= nonZero - 1;
-    if (nonZero != 0) keepUpTo(b, __builtin_ctzll(nonZero), kPlaceNumbers);
 }
 
 template <const Permutation& P>
 void scanForwardWith(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero) {
-    Block64 b = permute<P>(src);
-    if (countNonZero < kSparseBelow) cutAfterCount(b, countNonZero);
-    storeBlock(dst, b);
+    if (countNonZero < kSparseBelow) scanForwardSparse<P>(src, dst, countNonZero);
+    else scanForwardWhole<P>(src, dst);
+}
+
+// Gathered source row by source row: rows past the last index are not
+// wanted and not read; places past it within the last row are cleared.
+template <const Permutation& P>
+void scanInverseWith(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, const Vexo8u* scan) {
+    if (lastIndex < kShortInverseBelow) return placeUpToLast(src, dst, lastIndex, scan);
+    __m128i out[8];
+    for (__m128i& v : out) v = _mm_setzero_si128();
+#pragma GCC unroll 8
+    for (int r = 0; r < 8; ++r) {
+        if (8 * r > lastIndex) break;
+        const __m128i row = load16(src + 8 * r);
+#pragma GCC unroll 8
+        for (int j = 0; j < 8; ++j)
+            if (P.used[j][r]) out[j] = _mm_or_si128(out[j], shuffleRow(row, P.mask[j][r]));
+    }
+    const __m128i bound = _mm_set1_epi16(Vexo16s(lastIndex + 1));
+    for (int j = 0; j < 8; ++j) {
+        const __m128i place = _mm_load_si128(reinterpret_cast<const __m128i*>(P.place + 8 * j));
+        store16(dst + 8 * j, _mm_and_si128(out[j], _mm_cmplt_epi16(place, bound)));
+    }
+}
+
+void scanInverse(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, Vexo32s scanType) {
+    if (scanType == 1) scanInverseWith<kInverseVertical>(src, dst, lastIndex, kAlternateVertical);
+    else if (scanType == 2) scanInverseWith<kInverseHorizontal>(src, dst, lastIndex, kAlternateHorizontal);
+    else scanInverseWith<kInverseZigzag>(src, dst, lastIndex, kZigzag);
 }
 
 #endif
@@ -265,12 +280,6 @@ void scanForward(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero, Vexo32s
     if (scanType == 1) scanForwardWith<kForwardVertical>(src, dst, countNonZero);
     else if (scanType == 2) scanForwardWith<kForwardHorizontal>(src, dst, countNonZero);
     else scanForwardWith<kForwardZigzag>(src, dst, countNonZero);
-}
-
-void scanInverse(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, Vexo32s scanType) {
-    if (scanType == 1) scanInverseWith<kInverseVertical>(src, dst, lastIndex, kAlternateVertical);
-    else if (scanType == 2) scanInverseWith<kInverseHorizontal>(src, dst, lastIndex, kAlternateHorizontal);
-    else scanInverseWith<kInverseZigzag>(src, dst, lastIndex, kZigzag);
 }
 
 #endif
