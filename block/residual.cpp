@@ -9,6 +9,11 @@
 #include "core/path.h"
 #include "core/simd.h"
 
+// Entry points and table kernels start on a 64-byte line: otherwise the
+// same code runs up to 15% apart from one path's object to the next, by
+// where the loops happen to fall (measured on the exports of this file).
+#define VEXO_HOT [[gnu::aligned(64)]]
+
 namespace vexo::VEXO_PATH {
 namespace {
 
@@ -72,7 +77,7 @@ void residualChannel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo
 }
 
 template <int W, int H, int Pos, bool Interleaved>
-void residualKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
+VEXO_HOT void residualKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
                     Vexo16s* pred, Vexo32s predStep, Vexo32s rounding) {
     if constexpr (Interleaved) {
         for (int c = 0; c < 2; ++c)
@@ -107,7 +112,7 @@ void residualPairChannel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1,
 }
 
 template <int W, int H, int Pos1, int Pos2, bool Interleaved>
-void residualPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_HOT void residualPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                         const Vexo8u* ref2, Vexo32s ref2Step, const Planes& out, Vexo32s rounding) {
     if constexpr (Interleaved) {
         for (int c = 0; c < 2; ++c)
@@ -180,25 +185,34 @@ void sumsDiffInterleaved8x8(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* re
 #else  // SIMD paths
 using namespace simd;
 
-// How the 8-bit samples of one row lie: 4 or 8 samples, 16 samples, or 8
-// interleaved pairs (read as channel 0 and channel 1). Rows are widened to
-// 16-bit lanes: one vector, or two (halves, or channels); with AVX2 a
-// 16-sample row is one 256-bit vector.
-constexpr int kNarrow4 = 0, kWide8 = 1, kWide16 = 2, kPairs8 = 3;
-template <int W, bool Interleaved>
-constexpr int kLayoutOf = Interleaved ? kPairs8 : W == 4 ? kNarrow4 : W == 8 ? kWide8 : kWide16;
+// How the 8-bit samples of one step of rows lie, and the 16-bit lanes they
+// widen to:
+//   kNarrow4   a row of 4 samples           one 128-bit vector, half used
+//   kWide8     a row of 8                   one 128-bit vector
+//   kWide16    a row of 16                  two 128-bit vectors, or one 256-bit
+//   kPairs8    a row of 8 interleaved pairs two vectors: channel 0, channel 1
+//   kPairs8x2  two rows of 8 pairs          two 256-bit vectors, by channel,
+//                                           row y in the low halves
+// The last is AVX2's, for the two-reference interleaved forms, whose
+// arithmetic outweighs the extra loads of a row pair. (Pairs of plain 8-wide
+// rows were measured slower, as were one-reference interleaved forms.)
+constexpr int kNarrow4 = 0, kWide8 = 1, kWide16 = 2, kPairs8 = 3, kPairs8x2 = 4;
+constexpr bool kAvx2 = VEXO_LEVEL >= VEXO_LEVEL_H9;
+template <int W, bool Interleaved, bool TwoReferences = false>
+constexpr int kLayoutOf = Interleaved ? (kAvx2 && TwoReferences ? kPairs8x2 : kPairs8)
+                          : W == 4    ? kNarrow4
+                          : W == 8    ? kWide8
+                                      : kWide16;
 template <int L>
-constexpr int kPitch = L == kPairs8 ? 2 : 1;
-
-#if VEXO_LEVEL >= VEXO_LEVEL_H9
+constexpr int kPitch = (L == kPairs8 || L == kPairs8x2) ? 2 : 1;
 template <int L>
-constexpr bool kOneWideVector = L == kWide16;
-#else
+constexpr int kRowsPerStep = L == kPairs8x2 ? 2 : 1;
 template <int L>
-constexpr bool kOneWideVector = false;
-#endif
+constexpr bool kWideLanes = kAvx2 && (L == kWide16 || L == kPairs8x2);
 template <int L>
-constexpr int kVectors = kOneWideVector<L> ? 1 : (L == kWide16 || L == kPairs8) ? 2 : 1;
+constexpr bool kWideBytes = L == kPairs8x2;
+template <int L>
+constexpr int kVectors = (L == kPairs8 || L == kPairs8x2 || (L == kWide16 && !kAvx2)) ? 2 : 1;
 
 template <bool Wide>
 struct VectorType {
@@ -209,7 +223,14 @@ inline __m128i sub16(__m128i a, __m128i b) { return _mm_sub_epi16(a, b); }
 inline __m128i shiftRight1(__m128i a) { return _mm_srli_epi16(a, 1); }
 inline __m128i shiftRightSigned1(__m128i a) { return _mm_srai_epi16(a, 1); }
 inline __m128i shiftRightSigned2(__m128i a) { return _mm_srai_epi16(a, 2); }
-inline void broadcast(__m128i& v, Vexo16s x) { v = _mm_set1_epi16(x); }
+inline void broadcast16(__m128i& v, Vexo16s x) { v = _mm_set1_epi16(x); }
+inline void broadcast8(__m128i& v, Vexo8u x) { v = _mm_set1_epi8(char(x)); }
+// Byte averages: (a + b + 1) >> 1, less the carried-out odd bit where the
+// rounding asks for (a + b) >> 1.
+inline __m128i averageUp(__m128i a, __m128i b) { return _mm_avg_epu8(a, b); }
+inline __m128i averageDownWhere(__m128i a, __m128i b, __m128i oddMask) {
+    return _mm_sub_epi8(_mm_avg_epu8(a, b), _mm_and_si128(_mm_xor_si128(a, b), oddMask));
+}
 #if VEXO_LEVEL >= VEXO_LEVEL_H9
 template <>
 struct VectorType<true> {
@@ -220,10 +241,17 @@ inline __m256i sub16(__m256i a, __m256i b) { return _mm256_sub_epi16(a, b); }
 inline __m256i shiftRight1(__m256i a) { return _mm256_srli_epi16(a, 1); }
 inline __m256i shiftRightSigned1(__m256i a) { return _mm256_srai_epi16(a, 1); }
 inline __m256i shiftRightSigned2(__m256i a) { return _mm256_srai_epi16(a, 2); }
-inline void broadcast(__m256i& v, Vexo16s x) { v = _mm256_set1_epi16(x); }
+inline void broadcast16(__m256i& v, Vexo16s x) { v = _mm256_set1_epi16(x); }
+inline void broadcast8(__m256i& v, Vexo8u x) { v = _mm256_set1_epi8(char(x)); }
+inline __m256i averageUp(__m256i a, __m256i b) { return _mm256_avg_epu8(a, b); }
+inline __m256i averageDownWhere(__m256i a, __m256i b, __m256i oddMask) {
+    return _mm256_sub_epi8(_mm256_avg_epu8(a, b), _mm256_and_si256(_mm256_xor_si256(a, b), oddMask));
+}
 #endif
 template <int L>
-using Vec = typename VectorType<kOneWideVector<L>>::T;
+using Vec = typename VectorType<kWideLanes<L>>::T;
+template <int L>
+using Bytes = typename VectorType<kWideBytes<L>>::T;
 
 template <int L>
 struct Lanes {
@@ -233,7 +261,7 @@ struct Lanes {
 template <int L>
 inline Lanes<L> splat(Vexo16s x) {
     Lanes<L> r;
-    for (int i = 0; i < kVectors<L>; ++i) broadcast(r.v[i], x);
+    for (int i = 0; i < kVectors<L>; ++i) broadcast16(r.v[i], x);
     return r;
 }
 template <int L>
@@ -249,36 +277,49 @@ inline Lanes<L> operator-(const Lanes<L>& a, const Lanes<L>& b) {
     return r;
 }
 
-// The bytes of one row: 4, 8 or 16 of them in the low end of a vector.
+// The bytes of one step of rows (step: to the second row, where there is one).
 template <int L>
-inline __m128i loadBytes(const Vexo8u* p) {
-    if constexpr (L == kNarrow4) return load4(p);
-    else if constexpr (L == kWide8) return load8(p);
-    else return load16(p);
+inline Bytes<L> loadBytes(const Vexo8u* p, [[maybe_unused]] Vexo32s step) {
+    if constexpr (L == kNarrow4) {
+        return load4(p);
+    } else if constexpr (L == kWide8) {
+        return load8(p);
+    } else if constexpr (L == kPairs8x2) {
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+        return _mm256_inserti128_si256(_mm256_castsi128_si256(load16(p)), load16(p + step), 1);
+#endif
+    } else {
+        return load16(p);
+    }
 }
 
 template <int L>
-inline Lanes<L> widen(__m128i b) {
+inline Lanes<L> widen(Bytes<L> b) {
     Lanes<L> r;
-    if constexpr (L == kNarrow4 || L == kWide8) {
-        r.v[0] = widenLow(b);
-    } else if constexpr (kOneWideVector<L>) {
+    if constexpr (kWideLanes<L> && L == kWide16) {
 #if VEXO_LEVEL >= VEXO_LEVEL_H9
         r.v[0] = _mm256_cvtepu8_epi16(b);
+#endif
+    } else if constexpr (L == kPairs8x2) {
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+        r.v[0] = _mm256_and_si256(b, _mm256_set1_epi16(0xFF));
+        r.v[1] = _mm256_srli_epi16(b, 8);
 #endif
     } else if constexpr (L == kWide16) {
         r.v[0] = widenLow(b);
         r.v[1] = widenHigh(b);
-    } else {
+    } else if constexpr (L == kPairs8) {
         r.v[0] = _mm_and_si128(b, _mm_set1_epi16(0xFF));
         r.v[1] = _mm_srli_epi16(b, 8);
+    } else {
+        r.v[0] = widenLow(b);
     }
     return r;
 }
 
 template <int L>
-inline Lanes<L> loadLanes(const Vexo8u* p) {
-    return widen<L>(loadBytes<L>(p));
+inline Lanes<L> loadLanes(const Vexo8u* p, Vexo32s step) {
+    return widen<L>(loadBytes<L>(p, step));
 }
 
 // Walks the output rows of one block: one plane, or two in the interleaved
@@ -294,22 +335,34 @@ public:
             store8(row0_, x.v[0]);
         } else if constexpr (L == kWide8) {
             store16(row0_, x.v[0]);
-        } else if constexpr (kOneWideVector<L>) {
-#if VEXO_LEVEL >= VEXO_LEVEL_H9
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(row0_), x.v[0]);
-#endif
-        } else if constexpr (L == kWide16) {
+        } else if constexpr (L == kPairs8) {
+            store16(row0_, x.v[0]);
+            store16(row1_, x.v[1]);
+        } else if constexpr (L == kWide16 && !kWideLanes<L>) {
             store16(row0_, x.v[0]);
             store16(row0_ + 8, x.v[1]);
         } else {
-            store16(row0_, x.v[0]);
-            store16(row1_, x.v[1]);
-            row1_ = rowOf(row1_, step1_, 1);
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+            if constexpr (L == kWide16) {
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(row0_), x.v[0]);
+            } else {
+                storeTwoRows(row0_, step0_, x.v[0]);
+                storeTwoRows(row1_, step1_, x.v[1]);
+            }
+#endif
         }
-        row0_ = rowOf(row0_, step0_, 1);
+        row0_ = rowOf(row0_, step0_, kRowsPerStep<L>);
+        if constexpr (L == kPairs8 || L == kPairs8x2) row1_ = rowOf(row1_, step1_, kRowsPerStep<L>);
     }
 
 private:
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+    static void storeTwoRows(Vexo16s* row, Vexo32s step, __m256i v) {
+        store16(row, _mm256_castsi256_si128(v));
+        store16(rowOf(row, step, 1), _mm256_extracti128_si256(v, 1));
+    }
+#endif
+
     Vexo16s* row0_;
     Vexo16s* row1_;
     Vexo32s step0_, step1_;
@@ -340,42 +393,48 @@ inline RoundingTerms roundingTerms(Vexo32s rounding) {
 }
 
 template <int L>
-inline Lanes<L> rowPairSums(const Vexo8u* p) {
-    return loadLanes<L>(p) + loadLanes<L>(p + kPitch<L>);
+inline Lanes<L> rowPairSums(const Vexo8u* p, Vexo32s step) {
+    return loadLanes<L>(p, step) + loadLanes<L>(p + kPitch<L>, step);
 }
 
-// The predictions of successive rows, less their offset q. Row y needs rows
-// y and y + 1 of the reference, so each row is read once and kept. Two-sample
-// averages are taken on bytes ((a + b + 1) >> 1 is exact there) and widened
-// after; four-sample sums need 16-bit lanes.
+// The predictions of successive steps of rows, less their offset q. Row y
+// needs rows y and y + 1 of the reference; with one row a step, each row is
+// read once and kept. Two-sample averages are taken on bytes
+// ((a + b + 1) >> 1 is exact there) and widened after; four-sample sums need
+// 16-bit lanes.
 template <int L, int Pos, int Round>
 class PredictionRows {
 public:
     PredictionRows(const Vexo8u* ref, Vexo32s step, const RoundingTerms& t)
-        : ref_(ref),
-          step_(step),
-          halfDown_(_mm_set1_epi8(char(t.halfDown))),
-          bothBias_(splat<L>(Round == kAnyRounding ? t.bothBias : Vexo16s(2 - Round))) {
-        if constexpr (Pos == kDown) aboveBytes_ = loadBytes<L>(ref);
-        if constexpr (Pos == kBoth) above_ = rowPairSums<L>(ref);
+        : ref_(ref), step_(step), bothBias_(splat<L>(Round == kAnyRounding ? t.bothBias : Vexo16s(2 - Round))) {
+        broadcast8(halfDown_, t.halfDown);
+        if constexpr (kRowsPerStep<L> == 1 && Pos == kDown) aboveBytes_ = loadBytes<L>(ref, step);
+        if constexpr (kRowsPerStep<L> == 1 && Pos == kBoth) above_ = rowPairSums<L>(ref, step);
     }
 
     Lanes<L> next() {
         const Vexo8u* row = ref_;
-        ref_ += step_;
+        ref_ += kRowsPerStep<L> * step_;
         if constexpr (Pos == kFull) {
-            return loadLanes<L>(row);
+            return loadLanes<L>(row, step_);
         } else if constexpr (Pos == kRight) {
-            return widen<L>(halve(loadBytes<L>(row), loadBytes<L>(row + kPitch<L>)));
+            return widen<L>(halve(loadBytes<L>(row, step_), loadBytes<L>(row + kPitch<L>, step_)));
+        } else if constexpr (Pos == kDown && kRowsPerStep<L> == 2) {
+            return widen<L>(halve(loadBytes<L>(row, step_), loadBytes<L>(row + step_, step_)));
         } else if constexpr (Pos == kDown) {
-            const __m128i below = loadBytes<L>(ref_);
-            const __m128i h = halve(aboveBytes_, below);
+            const Bytes<L> below = loadBytes<L>(ref_, step_);
+            const Bytes<L> h = halve(aboveBytes_, below);
             aboveBytes_ = below;
             return widen<L>(h);
         } else {
-            const Lanes<L> below = rowPairSums<L>(ref_);
-            const Lanes<L> sum = above_ + below + bothBias_;
-            above_ = below;
+            Lanes<L> sum;
+            if constexpr (kRowsPerStep<L> == 2) {
+                sum = rowPairSums<L>(row, step_) + rowPairSums<L>(row + step_, step_) + bothBias_;
+            } else {
+                const Lanes<L> below = rowPairSums<L>(ref_, step_);
+                sum = above_ + below + bothBias_;
+                above_ = below;
+            }
             // With rounding 3 the biased sum of zeros is -1: shift arithmetically.
             Lanes<L> h;
             for (int i = 0; i < kVectors<L>; ++i) h.v[i] = shiftRightSigned2(sum.v[i]);
@@ -384,17 +443,16 @@ public:
     }
 
 private:
-    __m128i halve(__m128i a, __m128i b) const {
-        if constexpr (Round == 0) return avgUp(a, b);
-        else if constexpr (Round == 1) return avgDown(a, b);
-        else return _mm_sub_epi8(avgUp(a, b), _mm_and_si128(_mm_xor_si128(a, b), halfDown_));
+    Bytes<L> halve(Bytes<L> a, Bytes<L> b) const {
+        if constexpr (Round == 0) return averageUp(a, b);
+        else return averageDownWhere(a, b, halfDown_);
     }
 
     const Vexo8u* ref_;
     Vexo32s step_;
-    __m128i halfDown_;
+    Bytes<L> halfDown_;
     Lanes<L> bothBias_;
-    __m128i aboveBytes_;
+    Bytes<L> aboveBytes_;
     Lanes<L> above_;
 };
 
@@ -406,10 +464,10 @@ void residualRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s
     const Lanes<L> offset = splat<L>(Vexo16s(t.offset[Pos]));
     PredictionRows<L, Pos, Round> rows(ref, refStep, t);
     RowWriter<L> dstRows(out), predRows(pred);
-    for (int y = 0; y < H; ++y) {
+    for (int y = 0; y < H; y += kRowsPerStep<L>) {
         Lanes<L> h = rows.next();
         if constexpr (kOffset) h = h - offset;
-        dstRows.put(loadLanes<L>(rowOf(src, srcStep, y)) - h);
+        dstRows.put(loadLanes<L>(rowOf(src, srcStep, y), srcStep) - h);
         if constexpr (WithPred) predRows.put(h);
     }
 }
@@ -429,7 +487,7 @@ inline void residualRowsAnyRounding(const Vexo8u* src, Vexo32s srcStep, const Ve
 }
 
 template <int W, int H, int Pos, bool Interleaved>
-void residualKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
+VEXO_HOT void residualKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
                     Vexo16s* pred, Vexo32s predStep, Vexo32s rounding) {
     constexpr int L = kLayoutOf<W, Interleaved>;
     if (pred != nullptr) {
@@ -453,8 +511,8 @@ void residualPairRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Ve
     PredictionRows<L, Pos1, Round> rows1(ref1, ref1Step, t);
     PredictionRows<L, Pos2, Round> rows2(ref2, ref2Step, t);
     RowWriter<L> dstRows(out);
-    for (int y = 0; y < H; ++y) {
-        const Lanes<L> s = loadLanes<L>(rowOf(src, srcStep, y));
+    for (int y = 0; y < H; y += kRowsPerStep<L>) {
+        const Lanes<L> s = loadLanes<L>(rowOf(src, srcStep, y), srcStep);
         Lanes<L> x = s + s - rows1.next() - rows2.next();
         if constexpr (kOffset) x = x + qLow;
         for (int i = 0; i < kVectors<L>; ++i) x.v[i] = shiftRightSigned1(x.v[i]);
@@ -464,9 +522,9 @@ void residualPairRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Ve
 }
 
 template <int W, int H, int Pos1, int Pos2, bool Interleaved>
-void residualPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_HOT void residualPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                         const Vexo8u* ref2, Vexo32s ref2Step, const Planes& out, Vexo32s rounding) {
-    constexpr int L = kLayoutOf<W, Interleaved>;
+    constexpr int L = kLayoutOf<W, Interleaved, true>;
     if ((Pos1 == kFull && Pos2 == kFull) || rounding == 0)
         residualPairRows<L, H, Pos1, Pos2, 0>(src, srcStep, ref1, ref1Step, ref2, ref2Step, out, rounding);
     else if constexpr (Pos1 == kFull && Pos2 == kFull)
@@ -483,8 +541,9 @@ void subtract8u(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32
                 Vexo32s dstStep) {
     constexpr int L = kLayoutOf<W, false>;
     RowWriter<L> dstRows(Planes{{dst, nullptr}, {dstStep, 0}});
-    for (int y = 0; y < H; ++y)
-        dstRows.put(loadLanes<L>(rowOf(src1, src1Step, y)) - loadLanes<L>(rowOf(src2, src2Step, y)));
+    for (int y = 0; y < H; y += kRowsPerStep<L>)
+        dstRows.put(loadLanes<L>(rowOf(src1, src1Step, y), src1Step) -
+                    loadLanes<L>(rowOf(src2, src2Step, y), src2Step));
 }
 
 template <int W, int H>
@@ -568,8 +627,70 @@ void sumsDiffRows(const Sample* src, Vexo32s srcStep, const Sample* ref, Vexo32s
     }
 }
 
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+// AVX2, 16 wide: a row of differences is one vector holding blocks
+// [k, k+1 | k+2, k+3]. Four rows give the four blocks' differences by 64-bit
+// unpacks and 128-bit lane exchanges, and their partial sums; the sums of all
+// 16 blocks are put in raster order once at the end.
+inline __m256i differenceRow16(const Vexo8u* s, const Vexo8u* r) {
+    return _mm256_sub_epi16(_mm256_cvtepu8_epi16(load16(s)), _mm256_cvtepu8_epi16(load16(r)));
+}
+inline __m256i differenceRow16(const Vexo16u* s, const Vexo16u* r) {
+    return _mm256_sub_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(s)),
+                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(r)));
+}
+
+template <bool WithDiff, class Sample, class Sum>
+void sumsDiffRows16x16(const Sample* src, Vexo32s srcStep, const Sample* ref, Vexo32s refStep, Sum* sums,
+                       Vexo16s* diff) {
+    const __m256i ones = _mm256_set1_epi16(1);
+    __m256i partial[4];  // per block row: [k 01, k 23, k+1 01, k+1 23 | k+2 .., k+3 ..]
+    for (int by = 0; by < 4; ++by) {
+        __m256i d[4];
+        for (int y = 0; y < 4; ++y) d[y] = differenceRow16(rowOf(src, srcStep, 4 * by + y), rowOf(ref, refStep, 4 * by + y));
+        if constexpr (WithDiff) {
+            const __m256i lo01 = _mm256_unpacklo_epi64(d[0], d[1]), lo23 = _mm256_unpacklo_epi64(d[2], d[3]);
+            const __m256i hi01 = _mm256_unpackhi_epi64(d[0], d[1]), hi23 = _mm256_unpackhi_epi64(d[2], d[3]);
+            __m256i* block = reinterpret_cast<__m256i*>(diff + 64 * by);
+            _mm256_storeu_si256(block, _mm256_permute2x128_si256(lo01, lo23, 0x20));
+            _mm256_storeu_si256(block + 1, _mm256_permute2x128_si256(hi01, hi23, 0x20));
+            _mm256_storeu_si256(block + 2, _mm256_permute2x128_si256(lo01, lo23, 0x31));
+            _mm256_storeu_si256(block + 3, _mm256_permute2x128_si256(hi01, hi23, 0x31));
+        }
+        if constexpr (sizeof(Sample) == 1) {
+            // Differences of 8-bit samples: four still fit a lane.
+            partial[by] = _mm256_madd_epi16(
+                _mm256_add_epi16(_mm256_add_epi16(d[0], d[1]), _mm256_add_epi16(d[2], d[3])), ones);
+        } else {
+            partial[by] = _mm256_add_epi32(_mm256_add_epi32(_mm256_madd_epi16(d[0], ones), _mm256_madd_epi16(d[1], ones)),
+                                           _mm256_add_epi32(_mm256_madd_epi16(d[2], ones), _mm256_madd_epi16(d[3], ones)));
+        }
+    }
+    // [r0: k0 k1, r1: k0 k1 | r0: k2 k3, r1: k2 k3] and the same for rows 2, 3.
+    const __m256i rows01 = _mm256_hadd_epi32(partial[0], partial[1]);
+    const __m256i rows23 = _mm256_hadd_epi32(partial[2], partial[3]);
+    if constexpr (sizeof(Sum) == 2) {
+        // 16-bit pairs (r0 k0 k1), (r1 k0 k1), (r2 ..), (r3 ..) | (r0 k2 k3), ...
+        const __m256i packed = _mm256_packs_epi32(rows01, rows23);
+        const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(sums), _mm256_permutevar8x32_epi32(packed, order));
+    } else {
+        const __m256i order = _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(sums), _mm256_permutevar8x32_epi32(rows01, order));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(sums) + 1, _mm256_permutevar8x32_epi32(rows23, order));
+    }
+}
+#endif
+
 template <int W, int H, class Sample, class Sum>
 void sumsDiff(const Sample* src, Vexo32s srcStep, const Sample* ref, Vexo32s refStep, Sum* sums, Vexo16s* diff) {
+#if VEXO_LEVEL >= VEXO_LEVEL_H9
+    if constexpr (W == 16) {
+        if (diff != nullptr) sumsDiffRows16x16<true>(src, srcStep, ref, refStep, sums, diff);
+        else sumsDiffRows16x16<false>(src, srcStep, ref, refStep, sums, diff);
+        return;
+    }
+#endif
     if (diff != nullptr) sumsDiffRows<W, H, true>(src, srcStep, ref, refStep, sums, diff);
     else sumsDiffRows<W, H, false>(src, srcStep, ref, refStep, sums, diff);
 }
@@ -581,7 +702,7 @@ void sumsDiffInterleavedRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* r
     for (int by = 0; by < 2; ++by) {
         __m128i d0[4], d1[4];
         for (int y = 0; y < 4; ++y) {
-            const Lanes<kPairs8> s = loadLanes<kPairs8>(rowOf(src, srcStep, 4 * by + y));
+            const Lanes<kPairs8> s = loadLanes<kPairs8>(rowOf(src, srcStep, 4 * by + y), srcStep);
             d0[y] = _mm_sub_epi16(s.v[0], widenLow(load8(rowOf(ref0, ref0Step, 4 * by + y))));
             d1[y] = _mm_sub_epi16(s.v[1], widenLow(load8(rowOf(ref1, ref1Step, 4 * by + y))));
         }
@@ -676,88 +797,88 @@ inline VexoStatus residualTwoInterleaved(const ResidualPairKernel* table, const 
 
 }  // namespace
 
-VexoStatus vexoGetDiff16x16_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_HOT VexoStatus vexoGetDiff16x16_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                      Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                      Vexo32s rounding) {
     return residualOne(kResidual16x16, src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
-VexoStatus vexoGetDiff16x8_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_HOT VexoStatus vexoGetDiff16x8_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                     Vexo32s rounding) {
     return residualOne(kResidual16x8, src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
-VexoStatus vexoGetDiff8x16_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_HOT VexoStatus vexoGetDiff8x16_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                     Vexo32s rounding) {
     return residualOne(kResidual8x16, src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
-VexoStatus vexoGetDiff8x8_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_HOT VexoStatus vexoGetDiff8x8_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                    Vexo32s rounding) {
     return residualOne(kResidual8x8, src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
-VexoStatus vexoGetDiff8x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_HOT VexoStatus vexoGetDiff8x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                    Vexo32s rounding) {
     return residualOne(kResidual8x4, src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
-VexoStatus vexoGetDiff4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_HOT VexoStatus vexoGetDiff4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s*, Vexo32s, Vexo32s, Vexo32s) {
     // The 4x4 form has the shape of the others but is a plain difference.
     return vexoSub4x4_8u16s_C1R(src, srcStep, ref, refStep, dst, dstStep);
 }
 
-VexoStatus vexoGetDiff16x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_HOT VexoStatus vexoGetDiff16x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                       Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                       Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
     return residualTwo(kResidualPair16x16, src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
                        dstStep, rounding);
 }
-VexoStatus vexoGetDiff16x8B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_HOT VexoStatus vexoGetDiff16x8B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                      Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                      Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
     return residualTwo(kResidualPair16x8, src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
                        dstStep, rounding);
 }
-VexoStatus vexoGetDiff8x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_HOT VexoStatus vexoGetDiff8x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                      Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                      Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
     return residualTwo(kResidualPair8x16, src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
                        dstStep, rounding);
 }
-VexoStatus vexoGetDiff8x8B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_HOT VexoStatus vexoGetDiff8x8B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                     Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
     return residualTwo(kResidualPair8x8, src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
                        dstStep, rounding);
 }
-VexoStatus vexoGetDiff8x4B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_HOT VexoStatus vexoGetDiff8x4B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                     Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
     return residualTwo(kResidualPair8x4, src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
                        dstStep, rounding);
 }
 
-VexoStatus vexoGetDiff8x8_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_HOT VexoStatus vexoGetDiff8x8_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                      Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                      Vexo32s mcType, Vexo32s rounding) {
     return residualOneInterleaved(kResidual8x8Interleaved, src, srcStep, ref, refStep, dst0, dst0Step, dst1,
                                   dst1Step, mcType, rounding);
 }
-VexoStatus vexoGetDiff8x4_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_HOT VexoStatus vexoGetDiff8x4_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                      Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                      Vexo32s mcType, Vexo32s rounding) {
     return residualOneInterleaved(kResidual8x4Interleaved, src, srcStep, ref, refStep, dst0, dst0Step, dst1,
                                   dst1Step, mcType, rounding);
 }
-VexoStatus vexoGetDiff8x8B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_HOT VexoStatus vexoGetDiff8x8B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                       Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                       Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                       Vexo32s rounding) {
     return residualTwoInterleaved(kResidualPair8x8Interleaved, src, srcStep, ref1, ref1Step, mcType1, ref2,
                                   ref2Step, mcType2, dst0, dst0Step, dst1, dst1Step, rounding);
 }
-VexoStatus vexoGetDiff8x4B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VEXO_HOT VexoStatus vexoGetDiff8x4B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                       Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                       Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                       Vexo32s rounding) {
@@ -765,62 +886,62 @@ VexoStatus vexoGetDiff8x4B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const 
                                   ref2Step, mcType2, dst0, dst0Step, dst1, dst1Step, rounding);
 }
 
-VexoStatus vexoSub16x16_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
+VEXO_HOT VexoStatus vexoSub16x16_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
                                   Vexo16s* dst, Vexo32s dstStep) {
     if (src1 == nullptr || src2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     subtract8u<16, 16>(src1, src1Step, src2, src2Step, dst, dstStep);
     return vexoStatusOk;
 }
-VexoStatus vexoSub8x8_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
+VEXO_HOT VexoStatus vexoSub8x8_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
                                 Vexo16s* dst, Vexo32s dstStep) {
     if (src1 == nullptr || src2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     subtract8u<8, 8>(src1, src1Step, src2, src2Step, dst, dstStep);
     return vexoStatusOk;
 }
-VexoStatus vexoSub4x4_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
+VEXO_HOT VexoStatus vexoSub4x4_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
                                 Vexo16s* dst, Vexo32s dstStep) {
     if (src1 == nullptr || src2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     subtract8u<4, 4>(src1, src1Step, src2, src2Step, dst, dstStep);
     return vexoStatusOk;
 }
-VexoStatus vexoSub8x8_16u16s_C1R(const Vexo16u* src1, Vexo32s src1Step, const Vexo16u* src2, Vexo32s src2Step,
+VEXO_HOT VexoStatus vexoSub8x8_16u16s_C1R(const Vexo16u* src1, Vexo32s src1Step, const Vexo16u* src2, Vexo32s src2Step,
                                  Vexo16s* dst, Vexo32s dstStep) {
     if (src1 == nullptr || src2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     subtract16u<8, 8>(src1, src1Step, src2, src2Step, dst, dstStep);
     return vexoStatusOk;
 }
-VexoStatus vexoSub4x4_16u16s_C1R(const Vexo16u* src1, Vexo32s src1Step, const Vexo16u* src2, Vexo32s src2Step,
+VEXO_HOT VexoStatus vexoSub4x4_16u16s_C1R(const Vexo16u* src1, Vexo32s src1Step, const Vexo16u* src2, Vexo32s src2Step,
                                  Vexo16s* dst, Vexo32s dstStep) {
     if (src1 == nullptr || src2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     subtract16u<4, 4>(src1, src1Step, src2, src2Step, dst, dstStep);
     return vexoStatusOk;
 }
 
-VexoStatus vexoSumsDiff16x16Blocks4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref,
+VEXO_HOT VexoStatus vexoSumsDiff16x16Blocks4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref,
                                                Vexo32s refStep, Vexo16s* sums, Vexo16s* diff) {
     if (src == nullptr || ref == nullptr || sums == nullptr) return vexoStatusNullPointer;
     sumsDiff<16, 16>(src, srcStep, ref, refStep, sums, diff);
     return vexoStatusOk;
 }
-VexoStatus vexoSumsDiff8x8Blocks4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VEXO_HOT VexoStatus vexoSumsDiff8x8Blocks4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                              Vexo16s* sums, Vexo16s* diff) {
     if (src == nullptr || ref == nullptr || sums == nullptr) return vexoStatusNullPointer;
     sumsDiff<8, 8>(src, srcStep, ref, refStep, sums, diff);
     return vexoStatusOk;
 }
-VexoStatus vexoSumsDiff16x16Blocks4x4_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref,
+VEXO_HOT VexoStatus vexoSumsDiff16x16Blocks4x4_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref,
                                                  Vexo32s refStep, Vexo32s* sums, Vexo16s* diff) {
     if (src == nullptr || ref == nullptr || sums == nullptr) return vexoStatusNullPointer;
     sumsDiff<16, 16>(src, srcStep, ref, refStep, sums, diff);
     return vexoStatusOk;
 }
-VexoStatus vexoSumsDiff8x8Blocks4x4_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref,
+VEXO_HOT VexoStatus vexoSumsDiff8x8Blocks4x4_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref,
                                                Vexo32s refStep, Vexo32s* sums, Vexo16s* diff) {
     if (src == nullptr || ref == nullptr || sums == nullptr) return vexoStatusNullPointer;
     sumsDiff<8, 8>(src, srcStep, ref, refStep, sums, diff);
     return vexoStatusOk;
 }
-VexoStatus vexoSumsDiff8x8Blocks4x4_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref0,
+VEXO_HOT VexoStatus vexoSumsDiff8x8Blocks4x4_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref0,
                                                Vexo32s ref0Step, const Vexo8u* ref1, Vexo32s ref1Step,
                                                Vexo16s* sums0, Vexo16s* diff0, Vexo16s* sums1, Vexo16s* diff1) {
     if (src == nullptr || ref0 == nullptr || ref1 == nullptr || sums0 == nullptr || sums1 == nullptr)
