@@ -35,11 +35,6 @@ inline Vexo16s* rowOf(Vexo16s* base, Vexo32s step, int y) {
     return reinterpret_cast<Vexo16s*>(reinterpret_cast<Vexo8u*>(base) + std::ptrdiff_t(y) * step);
 }
 
-using ResidualKernel = void (*)(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
-                                const Planes& out, Vexo16s* pred, Vexo32s predStep, Vexo32s rounding);
-using ResidualPairKernel = void (*)(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
-                                    const Vexo8u* ref2, Vexo32s ref2Step, const Planes& out, Vexo32s rounding);
-
 #if VEXO_LEVEL == VEXO_LEVEL_PX
 
 // The prediction at p, the right neighbour Pitch bytes on (2 in the
@@ -77,7 +72,7 @@ void residualChannel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo
 }
 
 template <int W, int H, int Pos, bool Interleaved>
-VEXO_HOT void residualKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
+inline void residualBlock(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
                     Vexo16s* pred, Vexo32s predStep, Vexo32s rounding) {
     if constexpr (Interleaved) {
         for (int c = 0; c < 2; ++c)
@@ -112,7 +107,7 @@ void residualPairChannel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1,
 }
 
 template <int W, int H, int Pos1, int Pos2, bool Interleaved>
-VEXO_HOT void residualPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+inline void residualPairBlock(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                         const Vexo8u* ref2, Vexo32s ref2Step, const Planes& out, Vexo32s rounding) {
     if constexpr (Interleaved) {
         for (int c = 0; c < 2; ++c)
@@ -487,7 +482,7 @@ inline void residualRowsAnyRounding(const Vexo8u* src, Vexo32s srcStep, const Ve
 }
 
 template <int W, int H, int Pos, bool Interleaved>
-VEXO_HOT void residualKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
+inline void residualBlock(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
                     Vexo16s* pred, Vexo32s predStep, Vexo32s rounding) {
     constexpr int L = kLayoutOf<W, Interleaved>;
     if (pred != nullptr) {
@@ -522,7 +517,7 @@ void residualPairRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Ve
 }
 
 template <int W, int H, int Pos1, int Pos2, bool Interleaved>
-VEXO_HOT void residualPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+inline void residualPairBlock(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                         const Vexo8u* ref2, Vexo32s ref2Step, const Planes& out, Vexo32s rounding) {
     constexpr int L = kLayoutOf<W, Interleaved, true>;
     if ((Pos1 == kFull && Pos2 == kFull) || rounding == 0)
@@ -726,30 +721,83 @@ void sumsDiffInterleaved8x8(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* re
 
 #endif
 
-#define VEXO_FOUR_POSITIONS(W, H, I) \
-    { residualKernel<W, H, 0, I>, residualKernel<W, H, 1, I>, residualKernel<W, H, 2, I>, residualKernel<W, H, 3, I> }
+// Each kernel has its export's signature, so that an export is its null
+// tests and one jump through the table, with the arguments where they came.
+using ResidualKernel = VexoStatus (*)(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+                                      Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep,
+                                      Vexo32s mcType, Vexo32s rounding);
+using ResidualPairKernel = VexoStatus (*)(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+                                          Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
+                                          Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding);
+using InterleavedPairKernel = VexoStatus (*)(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1,
+                                             Vexo32s ref1Step, Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step,
+                                             Vexo32s mcType2, Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1,
+                                             Vexo32s dst1Step, Vexo32s rounding);
+
+template <int W, int H, int Pos>
+VEXO_HOT VexoStatus residualKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+                                   Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s,
+                                   Vexo32s rounding) {
+    residualBlock<W, H, Pos, false>(src, srcStep, ref, refStep, Planes{{dst, nullptr}, {dstStep, 0}}, pred,
+                                    predStep, rounding);
+    return vexoStatusOk;
+}
+
+// The interleaved form has the same argument types: two planes in place of
+// the residual and the prediction.
+template <int H, int Pos>
+VEXO_HOT VexoStatus interleavedKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+                                      Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step, Vexo32s,
+                                      Vexo32s rounding) {
+    residualBlock<8, H, Pos, true>(src, srcStep, ref, refStep, Planes{{dst0, dst1}, {dst0Step, dst1Step}}, nullptr,
+                                   0, rounding);
+    return vexoStatusOk;
+}
+
+template <int W, int H, int Pos1, int Pos2>
+VEXO_HOT VexoStatus residualPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+                                       Vexo32s, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s, Vexo16s* dst,
+                                       Vexo32s dstStep, Vexo32s rounding) {
+    residualPairBlock<W, H, Pos1, Pos2, false>(src, srcStep, ref1, ref1Step, ref2, ref2Step,
+                                               Planes{{dst, nullptr}, {dstStep, 0}}, rounding);
+    return vexoStatusOk;
+}
+
+template <int H, int Pos1, int Pos2>
+VEXO_HOT VexoStatus interleavedPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+                                          Vexo32s, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s, Vexo16s* dst0,
+                                          Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step, Vexo32s rounding) {
+    residualPairBlock<8, H, Pos1, Pos2, true>(src, srcStep, ref1, ref1Step, ref2, ref2Step,
+                                              Planes{{dst0, dst1}, {dst0Step, dst1Step}}, rounding);
+    return vexoStatusOk;
+}
+
+#define VEXO_FOUR_POSITIONS(kernel, ...) \
+    { kernel<__VA_ARGS__, 0>, kernel<__VA_ARGS__, 1>, kernel<__VA_ARGS__, 2>, kernel<__VA_ARGS__, 3> }
 // Index ((mcType1 & 12) >> 2) | (mcType2 & 12): the first reference's
 // position in the low two bits.
-#define VEXO_PAIR_ROW(W, H, P2, I)                                                                  \
-    residualPairKernel<W, H, 0, P2, I>, residualPairKernel<W, H, 1, P2, I>,                         \
-        residualPairKernel<W, H, 2, P2, I>, residualPairKernel<W, H, 3, P2, I>
-#define VEXO_SIXTEEN_PAIRS(W, H, I) \
-    { VEXO_PAIR_ROW(W, H, 0, I), VEXO_PAIR_ROW(W, H, 1, I), VEXO_PAIR_ROW(W, H, 2, I), VEXO_PAIR_ROW(W, H, 3, I) }
+#define VEXO_PAIR_ROW(kernel, P2, ...) \
+    kernel<__VA_ARGS__, 0, P2>, kernel<__VA_ARGS__, 1, P2>, kernel<__VA_ARGS__, 2, P2>, kernel<__VA_ARGS__, 3, P2>
+#define VEXO_SIXTEEN_PAIRS(kernel, ...)                                                             \
+    {                                                                                               \
+        VEXO_PAIR_ROW(kernel, 0, __VA_ARGS__), VEXO_PAIR_ROW(kernel, 1, __VA_ARGS__),               \
+            VEXO_PAIR_ROW(kernel, 2, __VA_ARGS__), VEXO_PAIR_ROW(kernel, 3, __VA_ARGS__)            \
+    }
 
-const ResidualKernel kResidual16x16[4] = VEXO_FOUR_POSITIONS(16, 16, false);
-const ResidualKernel kResidual16x8[4] = VEXO_FOUR_POSITIONS(16, 8, false);
-const ResidualKernel kResidual8x16[4] = VEXO_FOUR_POSITIONS(8, 16, false);
-const ResidualKernel kResidual8x8[4] = VEXO_FOUR_POSITIONS(8, 8, false);
-const ResidualKernel kResidual8x4[4] = VEXO_FOUR_POSITIONS(8, 4, false);
-const ResidualKernel kResidual8x8Interleaved[4] = VEXO_FOUR_POSITIONS(8, 8, true);
-const ResidualKernel kResidual8x4Interleaved[4] = VEXO_FOUR_POSITIONS(8, 4, true);
-const ResidualPairKernel kResidualPair16x16[16] = VEXO_SIXTEEN_PAIRS(16, 16, false);
-const ResidualPairKernel kResidualPair16x8[16] = VEXO_SIXTEEN_PAIRS(16, 8, false);
-const ResidualPairKernel kResidualPair8x16[16] = VEXO_SIXTEEN_PAIRS(8, 16, false);
-const ResidualPairKernel kResidualPair8x8[16] = VEXO_SIXTEEN_PAIRS(8, 8, false);
-const ResidualPairKernel kResidualPair8x4[16] = VEXO_SIXTEEN_PAIRS(8, 4, false);
-const ResidualPairKernel kResidualPair8x8Interleaved[16] = VEXO_SIXTEEN_PAIRS(8, 8, true);
-const ResidualPairKernel kResidualPair8x4Interleaved[16] = VEXO_SIXTEEN_PAIRS(8, 4, true);
+const ResidualKernel kResidual16x16[4] = VEXO_FOUR_POSITIONS(residualKernel, 16, 16);
+const ResidualKernel kResidual16x8[4] = VEXO_FOUR_POSITIONS(residualKernel, 16, 8);
+const ResidualKernel kResidual8x16[4] = VEXO_FOUR_POSITIONS(residualKernel, 8, 16);
+const ResidualKernel kResidual8x8[4] = VEXO_FOUR_POSITIONS(residualKernel, 8, 8);
+const ResidualKernel kResidual8x4[4] = VEXO_FOUR_POSITIONS(residualKernel, 8, 4);
+const ResidualKernel kInterleaved8x8[4] = VEXO_FOUR_POSITIONS(interleavedKernel, 8);
+const ResidualKernel kInterleaved8x4[4] = VEXO_FOUR_POSITIONS(interleavedKernel, 4);
+const ResidualPairKernel kResidualPair16x16[16] = VEXO_SIXTEEN_PAIRS(residualPairKernel, 16, 16);
+const ResidualPairKernel kResidualPair16x8[16] = VEXO_SIXTEEN_PAIRS(residualPairKernel, 16, 8);
+const ResidualPairKernel kResidualPair8x16[16] = VEXO_SIXTEEN_PAIRS(residualPairKernel, 8, 16);
+const ResidualPairKernel kResidualPair8x8[16] = VEXO_SIXTEEN_PAIRS(residualPairKernel, 8, 8);
+const ResidualPairKernel kResidualPair8x4[16] = VEXO_SIXTEEN_PAIRS(residualPairKernel, 8, 4);
+const InterleavedPairKernel kInterleavedPair8x8[16] = VEXO_SIXTEEN_PAIRS(interleavedPairKernel, 8);
+const InterleavedPairKernel kInterleavedPair8x4[16] = VEXO_SIXTEEN_PAIRS(interleavedPairKernel, 4);
 #undef VEXO_SIXTEEN_PAIRS
 #undef VEXO_PAIR_ROW
 #undef VEXO_FOUR_POSITIONS
@@ -757,70 +805,37 @@ const ResidualPairKernel kResidualPair8x4Interleaved[16] = VEXO_SIXTEEN_PAIRS(8,
 inline int positionIndex(Vexo32s mcType) { return (mcType & 12) >> 2; }
 inline int pairIndex(Vexo32s mcType1, Vexo32s mcType2) { return ((mcType1 & 12) >> 2) | (mcType2 & 12); }
 
-inline VexoStatus residualOne(const ResidualKernel* table, const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref,
-                              Vexo32s refStep, Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep,
-                              Vexo32s mcType, Vexo32s rounding) {
-    if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
-    const Planes out{{dst, nullptr}, {dstStep, 0}};
-    table[positionIndex(mcType)](src, srcStep, ref, refStep, out, pred, predStep, rounding);
-    return vexoStatusOk;
-}
-
-inline VexoStatus residualTwo(const ResidualPairKernel* table, const Vexo8u* src, Vexo32s srcStep,
-                              const Vexo8u* ref1, Vexo32s ref1Step, Vexo32s mcType1, const Vexo8u* ref2,
-                              Vexo32s ref2Step, Vexo32s mcType2, Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
-    if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
-    const Planes out{{dst, nullptr}, {dstStep, 0}};
-    table[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, ref2, ref2Step, out, rounding);
-    return vexoStatusOk;
-}
-
-inline VexoStatus residualOneInterleaved(const ResidualKernel* table, const Vexo8u* src, Vexo32s srcStep,
-                                         const Vexo8u* ref, Vexo32s refStep, Vexo16s* dst0, Vexo32s dst0Step,
-                                         Vexo16s* dst1, Vexo32s dst1Step, Vexo32s mcType, Vexo32s rounding) {
-    if (src == nullptr || ref == nullptr || dst0 == nullptr || dst1 == nullptr) return vexoStatusNullPointer;
-    const Planes out{{dst0, dst1}, {dst0Step, dst1Step}};
-    table[positionIndex(mcType)](src, srcStep, ref, refStep, out, nullptr, 0, rounding);
-    return vexoStatusOk;
-}
-
-inline VexoStatus residualTwoInterleaved(const ResidualPairKernel* table, const Vexo8u* src, Vexo32s srcStep,
-                                         const Vexo8u* ref1, Vexo32s ref1Step, Vexo32s mcType1, const Vexo8u* ref2,
-                                         Vexo32s ref2Step, Vexo32s mcType2, Vexo16s* dst0, Vexo32s dst0Step,
-                                         Vexo16s* dst1, Vexo32s dst1Step, Vexo32s rounding) {
-    if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst0 == nullptr || dst1 == nullptr)
-        return vexoStatusNullPointer;
-    const Planes out{{dst0, dst1}, {dst0Step, dst1Step}};
-    table[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, ref2, ref2Step, out, rounding);
-    return vexoStatusOk;
-}
-
 }  // namespace
 
 VEXO_HOT VexoStatus vexoGetDiff16x16_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                      Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                      Vexo32s rounding) {
-    return residualOne(kResidual16x16, src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
+    if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    return kResidual16x16[positionIndex(mcType)](src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff16x8_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                     Vexo32s rounding) {
-    return residualOne(kResidual16x8, src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
+    if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    return kResidual16x8[positionIndex(mcType)](src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff8x16_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                     Vexo32s rounding) {
-    return residualOne(kResidual8x16, src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
+    if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    return kResidual8x16[positionIndex(mcType)](src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff8x8_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                    Vexo32s rounding) {
-    return residualOne(kResidual8x8, src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
+    if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    return kResidual8x8[positionIndex(mcType)](src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff8x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                    Vexo32s rounding) {
-    return residualOne(kResidual8x4, src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
+    if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    return kResidual8x4[positionIndex(mcType)](src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s*, Vexo32s, Vexo32s, Vexo32s) {
@@ -831,59 +846,70 @@ VEXO_HOT VexoStatus vexoGetDiff4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, 
 VEXO_HOT VexoStatus vexoGetDiff16x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                       Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                       Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
-    return residualTwo(kResidualPair16x16, src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
-                       dstStep, rounding);
+    if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    return kResidualPair16x16[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
+                                             dstStep, rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff16x8B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                      Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                      Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
-    return residualTwo(kResidualPair16x8, src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
-                       dstStep, rounding);
+    if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    return kResidualPair16x8[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
+                                             dstStep, rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff8x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                      Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                      Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
-    return residualTwo(kResidualPair8x16, src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
-                       dstStep, rounding);
+    if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    return kResidualPair8x16[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
+                                             dstStep, rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff8x8B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                     Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
-    return residualTwo(kResidualPair8x8, src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
-                       dstStep, rounding);
+    if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    return kResidualPair8x8[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
+                                             dstStep, rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff8x4B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                     Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
-    return residualTwo(kResidualPair8x4, src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
-                       dstStep, rounding);
+    if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    return kResidualPair8x4[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
+                                             dstStep, rounding);
 }
 
 VEXO_HOT VexoStatus vexoGetDiff8x8_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                      Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                      Vexo32s mcType, Vexo32s rounding) {
-    return residualOneInterleaved(kResidual8x8Interleaved, src, srcStep, ref, refStep, dst0, dst0Step, dst1,
-                                  dst1Step, mcType, rounding);
+    if (src == nullptr || ref == nullptr || dst0 == nullptr || dst1 == nullptr) return vexoStatusNullPointer;
+    return kInterleaved8x8[positionIndex(mcType)](src, srcStep, ref, refStep, dst0, dst0Step, dst1, dst1Step, mcType,
+                                                rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff8x4_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                      Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                      Vexo32s mcType, Vexo32s rounding) {
-    return residualOneInterleaved(kResidual8x4Interleaved, src, srcStep, ref, refStep, dst0, dst0Step, dst1,
-                                  dst1Step, mcType, rounding);
+    if (src == nullptr || ref == nullptr || dst0 == nullptr || dst1 == nullptr) return vexoStatusNullPointer;
+    return kInterleaved8x4[positionIndex(mcType)](src, srcStep, ref, refStep, dst0, dst0Step, dst1, dst1Step, mcType,
+                                                rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff8x8B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                       Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                       Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                       Vexo32s rounding) {
-    return residualTwoInterleaved(kResidualPair8x8Interleaved, src, srcStep, ref1, ref1Step, mcType1, ref2,
-                                  ref2Step, mcType2, dst0, dst0Step, dst1, dst1Step, rounding);
+    if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst0 == nullptr || dst1 == nullptr)
+        return vexoStatusNullPointer;
+    return kInterleavedPair8x8[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step,
+                                                        mcType2, dst0, dst0Step, dst1, dst1Step, rounding);
 }
 VEXO_HOT VexoStatus vexoGetDiff8x4B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                       Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                       Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                       Vexo32s rounding) {
-    return residualTwoInterleaved(kResidualPair8x4Interleaved, src, srcStep, ref1, ref1Step, mcType1, ref2,
-                                  ref2Step, mcType2, dst0, dst0Step, dst1, dst1Step, rounding);
+    if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst0 == nullptr || dst1 == nullptr)
+        return vexoStatusNullPointer;
+    return kInterleavedPair8x4[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step,
+                                                        mcType2, dst0, dst0Step, dst1, dst1Step, rounding);
 }
 
 VEXO_HOT VexoStatus vexoSub16x16_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
