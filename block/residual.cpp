@@ -317,6 +317,30 @@ inline Lanes<L> loadLanes(const Vexo8u* p, Vexo32s step) {
     return widen<L>(loadBytes<L>(p, step));
 }
 
+// src - ref per sample, from bytes. From SSSE3 on, the bytes interleaved and
+// multiplied by (+1, -1) pairs (pmaddubsw) give the 16-bit difference
+// exactly, since it stays within -255..255: fewer operations than widening
+// both.
+template <int L>
+inline Lanes<L> byteDifference(Bytes<L> a, Bytes<L> b) {
+#if VEXO_LEVEL >= VEXO_LEVEL_V8
+    if constexpr (L == kNarrow4 || L == kWide8 || (L == kWide16 && !kWideLanes<L>)) {
+#if VEXO_LEVEL >= VEXO_LEVEL_G9
+        // With VEX encodings the compiler would fold the row's load into
+        // both unpacks, reading it twice (double cost for a row that crosses
+        // a line); the empty asm keeps each row in one register.
+        if constexpr (L == kWide16) asm("" : "+x"(a), "+x"(b));
+#endif
+        const __m128i plusMinus = _mm_set1_epi16(Vexo16s(0xFF01));
+        Lanes<L> r;
+        r.v[0] = _mm_maddubs_epi16(_mm_unpacklo_epi8(a, b), plusMinus);
+        if constexpr (L == kWide16) r.v[1] = _mm_maddubs_epi16(_mm_unpackhi_epi8(a, b), plusMinus);
+        return r;
+    }
+#endif
+    return widen<L>(a) - widen<L>(b);
+}
+
 // Walks the output rows of one block: one plane, or two in the interleaved
 // forms. Kept in locals so that the stores cannot be taken to alias them.
 template <int L>
@@ -460,9 +484,14 @@ void residualRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s
     PredictionRows<L, Pos, Round> rows(ref, refStep, t);
     RowWriter<L> dstRows(out), predRows(pred);
     for (int y = 0; y < H; y += kRowsPerStep<L>) {
+        const Vexo8u* s = rowOf(src, srcStep, y);
+        if constexpr (Pos == kFull && !WithPred) {
+            dstRows.put(byteDifference<L>(loadBytes<L>(s, srcStep), loadBytes<L>(rowOf(ref, refStep, y), refStep)));
+            continue;
+        }
         Lanes<L> h = rows.next();
         if constexpr (kOffset) h = h - offset;
-        dstRows.put(loadLanes<L>(rowOf(src, srcStep, y), srcStep) - h);
+        dstRows.put(loadLanes<L>(s, srcStep) - h);
         if constexpr (WithPred) predRows.put(h);
     }
 }
@@ -537,8 +566,8 @@ void subtract8u(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32
     constexpr int L = kLayoutOf<W, false>;
     RowWriter<L> dstRows(Planes{{dst, nullptr}, {dstStep, 0}});
     for (int y = 0; y < H; y += kRowsPerStep<L>)
-        dstRows.put(loadLanes<L>(rowOf(src1, src1Step, y), src1Step) -
-                    loadLanes<L>(rowOf(src2, src2Step, y), src2Step));
+        dstRows.put(byteDifference<L>(loadBytes<L>(rowOf(src1, src1Step, y), src1Step),
+                                      loadBytes<L>(rowOf(src2, src2Step, y), src2Step)));
 }
 
 template <int W, int H>
