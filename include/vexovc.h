@@ -121,5 +121,9 @@ VexoStatus vexovcGetNumThreads(Vexo32s* numThreads);
 
 #include "vexovc/block_copy.h"
 #include "vexovc/block_residual.h"
+#include "vexovc/mpeg2.h"
+#include "vexovc/vlc.h"
+#include "vexovc/block_sad.h"
+#include "vexovc/block_stats.h"
 
 #endif /* VEXOVC_H */

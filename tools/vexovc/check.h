@@ -90,10 +90,10 @@ public:
     Block<Vexo32s> output32s(int rows, int rowElems, Vexo32s step = 0);
     Block<Vexo32u> output32u(int rows, int rowElems, Vexo32s step = 0);
     // A single value the call writes or moves (a result, a cursor), with its
-    // initial value.
+    // initial value, at its natural alignment.
     template <class T>
     T* value(T initial) {
-        T* p = static_cast<T*>(rawOutput(1, sizeof(T), sizeof(T), false, alignof(T) > 4 ? 4 : int(alignof(T))));
+        T* p = static_cast<T*>(rawOutput(1, sizeof(T), sizeof(T), false, int(alignof(T))));
         std::memcpy(p, &initial, sizeof(T));
         snapshotInitial();
         return p;
