@@ -73,7 +73,7 @@ void residualChannel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo
 
 template <int W, int H, int Pos, bool Interleaved>
 inline void residualBlock(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
-                    Vexo16s* pred, Vexo32s predStep, Vexo32s rounding) {
+                          Vexo16s* pred, Vexo32s predStep, Vexo32s rounding) {
     if constexpr (Interleaved) {
         for (int c = 0; c < 2; ++c)
             residualChannel<W, H, Pos, 2, false>(src + c, srcStep, ref + c, refStep, out.plane[c], out.step[c],
@@ -108,7 +108,7 @@ void residualPairChannel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1,
 
 template <int W, int H, int Pos1, int Pos2, bool Interleaved>
 inline void residualPairBlock(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
-                        const Vexo8u* ref2, Vexo32s ref2Step, const Planes& out, Vexo32s rounding) {
+                              const Vexo8u* ref2, Vexo32s ref2Step, const Planes& out, Vexo32s rounding) {
     if constexpr (Interleaved) {
         for (int c = 0; c < 2; ++c)
             residualPairChannel<W, H, Pos1, Pos2, 2>(src + c, srcStep, ref1 + c, ref1Step, ref2 + c, ref2Step,
@@ -512,7 +512,7 @@ inline void residualRowsAnyRounding(const Vexo8u* src, Vexo32s srcStep, const Ve
 
 template <int W, int H, int Pos, bool Interleaved>
 inline void residualBlock(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
-                    Vexo16s* pred, Vexo32s predStep, Vexo32s rounding) {
+                          Vexo16s* pred, Vexo32s predStep, Vexo32s rounding) {
     constexpr int L = kLayoutOf<W, Interleaved>;
     if (pred != nullptr) {
         const Planes predPlanes{{pred, nullptr}, {predStep, 0}};
@@ -547,7 +547,7 @@ void residualPairRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Ve
 
 template <int W, int H, int Pos1, int Pos2, bool Interleaved>
 inline void residualPairBlock(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
-                        const Vexo8u* ref2, Vexo32s ref2Step, const Planes& out, Vexo32s rounding) {
+                              const Vexo8u* ref2, Vexo32s ref2Step, const Planes& out, Vexo32s rounding) {
     constexpr int L = kLayoutOf<W, Interleaved, true>;
     if ((Pos1 == kFull && Pos2 == kFull) || rounding == 0)
         residualPairRows<L, H, Pos1, Pos2, 0>(src, srcStep, ref1, ref1Step, ref2, ref2Step, out, rounding);
