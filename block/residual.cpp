@@ -10,7 +10,7 @@
 #include "core/simd.h"
 
 // Entry points and table kernels start on a 64-byte line: otherwise the
-// same code runs up to 15% apart from one path's object to the next, by
+// same code runs up to a fifth apart from one path's object to the next, by
 // where the loops happen to fall (measured on the exports of this file).
 #define VEXO_HOT [[gnu::aligned(64)]]
 
