@@ -869,7 +869,9 @@ VEXO_HOT VexoStatus vexoGetDiff8x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, 
 VEXO_HOT VexoStatus vexoGetDiff4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s*, Vexo32s, Vexo32s, Vexo32s) {
     // The 4x4 form has the shape of the others but is a plain difference.
-    return vexoSub4x4_8u16s_C1R(src, srcStep, ref, refStep, dst, dstStep);
+    if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
+    subtract8u<4, 4>(src, srcStep, ref, refStep, dst, dstStep);
+    return vexoStatusOk;
 }
 
 VEXO_HOT VexoStatus vexoGetDiff16x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
