@@ -411,8 +411,21 @@ inline RoundingTerms roundingTerms(Vexo32s rounding) {
     return t;
 }
 
+// a[x] + a[x + 1] along a row, as 16-bit lanes. From SSSE3 on, for plain
+// rows: the row and its shift interleaved, summed by pmaddubsw against ones
+// (one unpack and one multiply-add in place of two widenings and an add).
 template <int L>
 inline Lanes<L> rowPairSums(const Vexo8u* p, Vexo32s step) {
+#if VEXO_LEVEL >= VEXO_LEVEL_V8
+    if constexpr (L == kWide8 || (L == kWide16 && !kWideLanes<L>)) {
+        const __m128i a = loadBytes<L>(p, step), b = loadBytes<L>(p + 1, step);
+        const __m128i ones = _mm_set1_epi8(1);
+        Lanes<L> r;
+        r.v[0] = _mm_maddubs_epi16(_mm_unpacklo_epi8(a, b), ones);
+        if constexpr (L == kWide16) r.v[1] = _mm_maddubs_epi16(_mm_unpackhi_epi8(a, b), ones);
+        return r;
+    }
+#endif
     return loadLanes<L>(p, step) + loadLanes<L>(p + kPitch<L>, step);
 }
 
