@@ -120,6 +120,7 @@ VexoStatus vexovcGetNumThreads(Vexo32s* numThreads);
 #endif
 
 #include "vexovc/block_copy.h"
+#include "vexovc/block_residual.h"
 #include "vexovc/mpeg2.h"
 #include "vexovc/vlc.h"
 #include "vexovc/block_sad.h"
