@@ -29,9 +29,9 @@ compile() {  # source object extra-flags...
 }
 
 objects=""
-for spec in px:0: "h9:6:-mavx2 -mfma -mbmi -mbmi2"; do
-    path=${spec%%:*}
-    rest=${spec#*:}
+for pathEntry in px:0: "h9:6:-mavx2 -mfma -mbmi -mbmi2"; do
+    path=${pathEntry%%:*}
+    rest=${pathEntry#*:}
     level=${rest%%:*}
     flags=${rest#*:}
     for src in core/services.cpp vlc/huffman.cpp mpeg2/reconstruct_dct.cpp; do
