@@ -9,12 +9,6 @@
 #include "core/path.h"
 #include "core/simd.h"
 
-// Entry points, table kernels and their row loops start on a 64-byte line:
-// otherwise the same code runs up to a fifth apart from one path's object to
-// the next, by where the loops happen to fall (measured on the exports of
-// this file).
-#define VEXO_HOT [[gnu::aligned(64)]]
-
 namespace vexo::VEXO_PATH {
 namespace {
 
@@ -490,7 +484,7 @@ private:
 };
 
 template <int L, int H, int Pos, int Round, bool WithPred>
-VEXO_HOT void residualRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
+void residualRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep, const Planes& out,
                   const Planes& pred, Vexo32s rounding) {
     constexpr bool kOffset = Round == kAnyRounding && Pos != kFull;
     const RoundingTerms t = roundingTerms(rounding);
@@ -540,7 +534,7 @@ inline void residualBlock(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref,
 // (2 src - b1 - b2 + Q) >> 1 where Q = q1 + q2 = 2 Qh + Ql, which is
 // ((2 src - b1 - b2 + Ql) >> 1) + Qh; the first part fits a 16-bit lane.
 template <int L, int H, int Pos1, int Pos2, int Round>
-VEXO_HOT void residualPairRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+void residualPairRows(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                       const Vexo8u* ref2, Vexo32s ref2Step, const Planes& out, Vexo32s rounding) {
     constexpr bool kOffset = Round == kAnyRounding && (Pos1 != kFull || Pos2 != kFull);
     const RoundingTerms t = roundingTerms(rounding);
@@ -790,7 +784,7 @@ using InterleavedPairKernel = VexoStatus (*)(const Vexo8u* src, Vexo32s srcStep,
                                              Vexo32s dst1Step, Vexo32s rounding);
 
 template <int W, int H, int Pos>
-VEXO_HOT VexoStatus residualKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus residualKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s,
                                    Vexo32s rounding) {
     residualBlock<W, H, Pos, false>(src, srcStep, ref, refStep, Planes{{dst, nullptr}, {dstStep, 0}}, pred,
@@ -801,7 +795,7 @@ VEXO_HOT VexoStatus residualKernel(const Vexo8u* src, Vexo32s srcStep, const Vex
 // The interleaved form has the same argument types: two planes in place of
 // the residual and the prediction.
 template <int H, int Pos>
-VEXO_HOT VexoStatus interleavedKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus interleavedKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                       Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step, Vexo32s,
                                       Vexo32s rounding) {
     residualBlock<8, H, Pos, true>(src, srcStep, ref, refStep, Planes{{dst0, dst1}, {dst0Step, dst1Step}}, nullptr,
@@ -810,7 +804,7 @@ VEXO_HOT VexoStatus interleavedKernel(const Vexo8u* src, Vexo32s srcStep, const 
 }
 
 template <int W, int H, int Pos1, int Pos2>
-VEXO_HOT VexoStatus residualPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VexoStatus residualPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                        Vexo32s, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s, Vexo16s* dst,
                                        Vexo32s dstStep, Vexo32s rounding) {
     residualPairBlock<W, H, Pos1, Pos2, false>(src, srcStep, ref1, ref1Step, ref2, ref2Step,
@@ -819,7 +813,7 @@ VEXO_HOT VexoStatus residualPairKernel(const Vexo8u* src, Vexo32s srcStep, const
 }
 
 template <int H, int Pos1, int Pos2>
-VEXO_HOT VexoStatus interleavedPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VexoStatus interleavedPairKernel(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                           Vexo32s, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s, Vexo16s* dst0,
                                           Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step, Vexo32s rounding) {
     residualPairBlock<8, H, Pos1, Pos2, true>(src, srcStep, ref1, ref1Step, ref2, ref2Step,
@@ -862,37 +856,37 @@ inline int pairIndex(Vexo32s mcType1, Vexo32s mcType2) { return ((mcType1 & 12) 
 
 }  // namespace
 
-VEXO_HOT VexoStatus vexoGetDiff16x16_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus vexoGetDiff16x16_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                      Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                      Vexo32s rounding) {
     if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
     return kResidual16x16[positionIndex(mcType)](src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff16x8_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus vexoGetDiff16x8_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                     Vexo32s rounding) {
     if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
     return kResidual16x8[positionIndex(mcType)](src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff8x16_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus vexoGetDiff8x16_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                     Vexo32s rounding) {
     if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
     return kResidual8x16[positionIndex(mcType)](src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff8x8_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus vexoGetDiff8x8_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                    Vexo32s rounding) {
     if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
     return kResidual8x8[positionIndex(mcType)](src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff8x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus vexoGetDiff8x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s* pred, Vexo32s predStep, Vexo32s mcType,
                                    Vexo32s rounding) {
     if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
     return kResidual8x4[positionIndex(mcType)](src, srcStep, ref, refStep, dst, dstStep, pred, predStep, mcType, rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus vexoGetDiff4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                    Vexo16s* dst, Vexo32s dstStep, Vexo16s*, Vexo32s, Vexo32s, Vexo32s) {
     // The 4x4 form has the shape of the others but is a plain difference.
     if (src == nullptr || ref == nullptr || dst == nullptr) return vexoStatusNullPointer;
@@ -900,35 +894,35 @@ VEXO_HOT VexoStatus vexoGetDiff4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, 
     return vexoStatusOk;
 }
 
-VEXO_HOT VexoStatus vexoGetDiff16x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VexoStatus vexoGetDiff16x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                       Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                       Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
     if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     return kResidualPair16x16[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
                                              dstStep, rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff16x8B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VexoStatus vexoGetDiff16x8B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                      Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                      Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
     if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     return kResidualPair16x8[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
                                              dstStep, rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff8x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VexoStatus vexoGetDiff8x16B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                      Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                      Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
     if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     return kResidualPair8x16[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
                                              dstStep, rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff8x8B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VexoStatus vexoGetDiff8x8B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                     Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
     if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     return kResidualPair8x8[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step, mcType2, dst,
                                              dstStep, rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff8x4B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VexoStatus vexoGetDiff8x4B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                     Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                     Vexo16s* dst, Vexo32s dstStep, Vexo32s rounding) {
     if (src == nullptr || ref1 == nullptr || ref2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
@@ -936,21 +930,21 @@ VEXO_HOT VexoStatus vexoGetDiff8x4B_8u16s_C1(const Vexo8u* src, Vexo32s srcStep,
                                              dstStep, rounding);
 }
 
-VEXO_HOT VexoStatus vexoGetDiff8x8_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus vexoGetDiff8x8_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                      Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                      Vexo32s mcType, Vexo32s rounding) {
     if (src == nullptr || ref == nullptr || dst0 == nullptr || dst1 == nullptr) return vexoStatusNullPointer;
     return kInterleaved8x8[positionIndex(mcType)](src, srcStep, ref, refStep, dst0, dst0Step, dst1, dst1Step, mcType,
                                                 rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff8x4_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus vexoGetDiff8x4_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                      Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                      Vexo32s mcType, Vexo32s rounding) {
     if (src == nullptr || ref == nullptr || dst0 == nullptr || dst1 == nullptr) return vexoStatusNullPointer;
     return kInterleaved8x4[positionIndex(mcType)](src, srcStep, ref, refStep, dst0, dst0Step, dst1, dst1Step, mcType,
                                                 rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff8x8B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VexoStatus vexoGetDiff8x8B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                       Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                       Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                       Vexo32s rounding) {
@@ -959,7 +953,7 @@ VEXO_HOT VexoStatus vexoGetDiff8x8B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcSte
     return kInterleavedPair8x8[pairIndex(mcType1, mcType2)](src, srcStep, ref1, ref1Step, mcType1, ref2, ref2Step,
                                                         mcType2, dst0, dst0Step, dst1, dst1Step, rounding);
 }
-VEXO_HOT VexoStatus vexoGetDiff8x4B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
+VexoStatus vexoGetDiff8x4B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref1, Vexo32s ref1Step,
                                       Vexo32s mcType1, const Vexo8u* ref2, Vexo32s ref2Step, Vexo32s mcType2,
                                       Vexo16s* dst0, Vexo32s dst0Step, Vexo16s* dst1, Vexo32s dst1Step,
                                       Vexo32s rounding) {
@@ -969,62 +963,62 @@ VEXO_HOT VexoStatus vexoGetDiff8x4B_8u16s_C2P2(const Vexo8u* src, Vexo32s srcSte
                                                         mcType2, dst0, dst0Step, dst1, dst1Step, rounding);
 }
 
-VEXO_HOT VexoStatus vexoSub16x16_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
+VexoStatus vexoSub16x16_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
                                   Vexo16s* dst, Vexo32s dstStep) {
     if (src1 == nullptr || src2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     subtract8u<16, 16>(src1, src1Step, src2, src2Step, dst, dstStep);
     return vexoStatusOk;
 }
-VEXO_HOT VexoStatus vexoSub8x8_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
+VexoStatus vexoSub8x8_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
                                 Vexo16s* dst, Vexo32s dstStep) {
     if (src1 == nullptr || src2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     subtract8u<8, 8>(src1, src1Step, src2, src2Step, dst, dstStep);
     return vexoStatusOk;
 }
-VEXO_HOT VexoStatus vexoSub4x4_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
+VexoStatus vexoSub4x4_8u16s_C1R(const Vexo8u* src1, Vexo32s src1Step, const Vexo8u* src2, Vexo32s src2Step,
                                 Vexo16s* dst, Vexo32s dstStep) {
     if (src1 == nullptr || src2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     subtract8u<4, 4>(src1, src1Step, src2, src2Step, dst, dstStep);
     return vexoStatusOk;
 }
-VEXO_HOT VexoStatus vexoSub8x8_16u16s_C1R(const Vexo16u* src1, Vexo32s src1Step, const Vexo16u* src2, Vexo32s src2Step,
+VexoStatus vexoSub8x8_16u16s_C1R(const Vexo16u* src1, Vexo32s src1Step, const Vexo16u* src2, Vexo32s src2Step,
                                  Vexo16s* dst, Vexo32s dstStep) {
     if (src1 == nullptr || src2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     subtract16u<8, 8>(src1, src1Step, src2, src2Step, dst, dstStep);
     return vexoStatusOk;
 }
-VEXO_HOT VexoStatus vexoSub4x4_16u16s_C1R(const Vexo16u* src1, Vexo32s src1Step, const Vexo16u* src2, Vexo32s src2Step,
+VexoStatus vexoSub4x4_16u16s_C1R(const Vexo16u* src1, Vexo32s src1Step, const Vexo16u* src2, Vexo32s src2Step,
                                  Vexo16s* dst, Vexo32s dstStep) {
     if (src1 == nullptr || src2 == nullptr || dst == nullptr) return vexoStatusNullPointer;
     subtract16u<4, 4>(src1, src1Step, src2, src2Step, dst, dstStep);
     return vexoStatusOk;
 }
 
-VEXO_HOT VexoStatus vexoSumsDiff16x16Blocks4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref,
+VexoStatus vexoSumsDiff16x16Blocks4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref,
                                                Vexo32s refStep, Vexo16s* sums, Vexo16s* diff) {
     if (src == nullptr || ref == nullptr || sums == nullptr) return vexoStatusNullPointer;
     sumsDiff<16, 16>(src, srcStep, ref, refStep, sums, diff);
     return vexoStatusOk;
 }
-VEXO_HOT VexoStatus vexoSumsDiff8x8Blocks4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
+VexoStatus vexoSumsDiff8x8Blocks4x4_8u16s_C1(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref, Vexo32s refStep,
                                              Vexo16s* sums, Vexo16s* diff) {
     if (src == nullptr || ref == nullptr || sums == nullptr) return vexoStatusNullPointer;
     sumsDiff<8, 8>(src, srcStep, ref, refStep, sums, diff);
     return vexoStatusOk;
 }
-VEXO_HOT VexoStatus vexoSumsDiff16x16Blocks4x4_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref,
+VexoStatus vexoSumsDiff16x16Blocks4x4_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref,
                                                  Vexo32s refStep, Vexo32s* sums, Vexo16s* diff) {
     if (src == nullptr || ref == nullptr || sums == nullptr) return vexoStatusNullPointer;
     sumsDiff<16, 16>(src, srcStep, ref, refStep, sums, diff);
     return vexoStatusOk;
 }
-VEXO_HOT VexoStatus vexoSumsDiff8x8Blocks4x4_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref,
+VexoStatus vexoSumsDiff8x8Blocks4x4_16u32s_C1R(const Vexo16u* src, Vexo32s srcStep, const Vexo16u* ref,
                                                Vexo32s refStep, Vexo32s* sums, Vexo16s* diff) {
     if (src == nullptr || ref == nullptr || sums == nullptr) return vexoStatusNullPointer;
     sumsDiff<8, 8>(src, srcStep, ref, refStep, sums, diff);
     return vexoStatusOk;
 }
-VEXO_HOT VexoStatus vexoSumsDiff8x8Blocks4x4_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref0,
+VexoStatus vexoSumsDiff8x8Blocks4x4_8u16s_C2P2(const Vexo8u* src, Vexo32s srcStep, const Vexo8u* ref0,
                                                Vexo32s ref0Step, const Vexo8u* ref1, Vexo32s ref1Step,
                                                Vexo16s* sums0, Vexo16s* diff0, Vexo16s* sums1, Vexo16s* diff1) {
     if (src == nullptr || ref0 == nullptr || ref1 == nullptr || sums0 == nullptr || sums1 == nullptr)

@@ -3,11 +3,6 @@
 #include "core/path.h"
 #include "core/simd.h"
 
-// Entry points start on a 64-byte line: otherwise the same code runs
-// measurably apart from one path's object to the next, by where its
-// branches happen to fall.
-#define VEXO_HOT [[gnu::aligned(64)]]
-
 namespace vexo::VEXO_PATH {
 namespace {
 
@@ -296,14 +291,14 @@ void scanForward(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero, Vexo32s
 
 }  // namespace
 
-VEXO_HOT VexoStatus vexoScanFwd_16s_C1(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero, Vexo32s scanType) {
+VexoStatus vexoScanFwd_16s_C1(const Vexo16s* src, Vexo16s* dst, Vexo32s countNonZero, Vexo32s scanType) {
     if (src == nullptr || dst == nullptr) return vexoStatusNullPointer;
     if (countNonZero < 1 || countNonZero > 64) return vexoStatusOutOfRange;
     scanForward(src, dst, countNonZero, scanType);
     return vexoStatusOk;
 }
 
-VEXO_HOT VexoStatus vexoScanInv_16s_C1(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, Vexo32s scanType) {
+VexoStatus vexoScanInv_16s_C1(const Vexo16s* src, Vexo16s* dst, Vexo32s lastIndex, Vexo32s scanType) {
     if (src == nullptr || dst == nullptr) return vexoStatusNullPointer;
     if (lastIndex < 0 || lastIndex > 63) return vexoStatusOutOfRange;
     scanInverse(src, dst, lastIndex, scanType);
